@@ -322,37 +322,38 @@ void activityReplaceCreateParent(activity_type* this_act, const char* name) {
 // Queries
 
 int16_t activityHasExternalPred(activity_type* this_act) {
-  return anyDependency(this_act->pred_list, [](const dependency_type& d) { return d.isExternal == 1; });
+  return anyDependency(this_act->pred_list,
+                       [](const dependency_type& d) { return d.isExternal == 1; });
 }
 
 int16_t activityHasExternalSucc(activity_type* this_act) {
-  return anyDependency(this_act->succ_list, [](const dependency_type& d) { return d.isExternal == 1; });
+  return anyDependency(this_act->succ_list,
+                       [](const dependency_type& d) { return d.isExternal == 1; });
 }
 
 int16_t activityHasNonExternalPred(activity_type* this_act) {
-  return anyDependency(this_act->pred_list, [](const dependency_type& d) { return d.isExternal == 0; });
+  return anyDependency(this_act->pred_list,
+                       [](const dependency_type& d) { return d.isExternal == 0; });
 }
 
 int16_t activityHasNonExternalSucc(activity_type* this_act) {
-  return anyDependency(this_act->succ_list, [](const dependency_type& d) { return d.isExternal == 0; });
+  return anyDependency(this_act->succ_list,
+                       [](const dependency_type& d) { return d.isExternal == 0; });
 }
 
 int16_t activityHasNonTrivialPred(activity_type* this_act, const char* START_NODE_NAME) {
   if (this_act->residesOnNonTrivialPred) return 1;
-  return anyDependency(this_act->pred_list, [&](const dependency_type& d) {
-    return !isNode(d, START_NODE_NAME);
-  });
+  return anyDependency(this_act->pred_list,
+                       [&](const dependency_type& d) { return !isNode(d, START_NODE_NAME); });
 }
 
 int16_t activityHasNonTrivialSucc(activity_type* this_act, const char* FINISH_NODE_NAME) {
   if (this_act->residesOnNonTrivialSucc) return 1;
-  return anyDependency(this_act->succ_list, [&](const dependency_type& d) {
-    return !isNode(d, FINISH_NODE_NAME);
-  });
+  return anyDependency(this_act->succ_list,
+                       [&](const dependency_type& d) { return !isNode(d, FINISH_NODE_NAME); });
 }
 
-int16_t activityHasNonTrivialNonExternalPred(activity_type* this_act,
-                                             const char* START_NODE_NAME) {
+int16_t activityHasNonTrivialNonExternalPred(activity_type* this_act, const char* START_NODE_NAME) {
   return anyDependency(this_act->pred_list, [&](const dependency_type& d) {
     return d.isExternal == 0 && !isNode(d, START_NODE_NAME);
   });

@@ -71,7 +71,7 @@ struct activity_type {
   int32_t finish_date_trun;
   int32_t actual_start_date;
   int32_t LS_act_date;
-  int32_t LS_act_time;  // minutes
+  int32_t LS_act_time;        // minutes
   int16_t rollupFlag;         // default 1
   int16_t rollupFlagSpecial;  // default 1
   int32_t offset_start_date;  // days relative to the parent's start
@@ -115,13 +115,13 @@ struct activity_type {
   int16_t ls_offset_start_time;
   int16_t ef_offset_finish_time;
   int16_t lf_offset_finish_time;
-  project_type* proj;                    // not owned
-  linked_list_type* pred_list;           // dependency_type, owned
-  linked_list_type* succ_list;           // dependency_type, owned
-  linked_list_type* child_list;          // string_type, owned
-  linked_list_type* parent_list;         // string_type, owned
-  linked_list_type* assignment_list;     // assignment_type, NOT owned
-  linked_list_type* pred_tree_name_list; // string_type, owned
+  project_type* proj;                     // not owned
+  linked_list_type* pred_list;            // dependency_type, owned
+  linked_list_type* succ_list;            // dependency_type, owned
+  linked_list_type* child_list;           // string_type, owned
+  linked_list_type* parent_list;          // string_type, owned
+  linked_list_type* assignment_list;      // assignment_type, NOT owned
+  linked_list_type* pred_tree_name_list;  // string_type, owned
 };
 
 // Creation and release.
@@ -170,10 +170,8 @@ int16_t activityHasNonExternalPred(activity_type* this_act);
 int16_t activityHasNonExternalSucc(activity_type* this_act);
 int16_t activityHasNonTrivialPred(activity_type* this_act, const char* START_NODE_NAME);
 int16_t activityHasNonTrivialSucc(activity_type* this_act, const char* FINISH_NODE_NAME);
-int16_t activityHasNonTrivialNonExternalPred(activity_type* this_act,
-                                             const char* START_NODE_NAME);
-int16_t activityHasNonTrivialNonExternalSucc(activity_type* this_act,
-                                             const char* FINISH_NODE_NAME);
+int16_t activityHasNonTrivialNonExternalPred(activity_type* this_act, const char* START_NODE_NAME);
+int16_t activityHasNonTrivialNonExternalSucc(activity_type* this_act, const char* FINISH_NODE_NAME);
 int16_t activityHasNTriNExtNActFinPred(activity_type* this_act, linked_list_type* act_tmp_list,
                                        const char* START_NODE_NAME);
 

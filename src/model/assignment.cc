@@ -155,13 +155,15 @@ int32_t getWorkDurationContour(const work_type* w, int32_t min_per_day, int PRIN
     result = x - w->work_todate;
   } else {
     // The day's share of the standard day, rounded to a multiple of 5.
-    const auto share = static_cast<int64_t>(static_cast<double>(min_per_day) * w->units_msp * 0.0001);
+    const auto share =
+        static_cast<int64_t>(static_cast<double>(min_per_day) * w->units_msp * 0.0001);
     step = (share + 2) / 5 * 5;
     if (step <= 0) {
       result = 0;  // no work per day: see the header
     } else {
       const int64_t rem = static_cast<int64_t>(w->proposed_work) - w->work_todate;
-      const auto n = static_cast<int64_t>((static_cast<double>(rem) + 0.5) / static_cast<double>(step));
+      const auto n =
+          static_cast<int64_t>((static_cast<double>(rem) + 0.5) / static_cast<double>(step));
       result = (rem - n * step + n * static_cast<int64_t>(min_per_day) + 2) / 5 * 5;
     }
   }
@@ -172,8 +174,8 @@ int32_t getWorkDurationContour(const work_type* w, int32_t min_per_day, int PRIN
                  "\n getWorkDurationContour(): assignment %s activity %s min_per_day=%d "
                  "c_contour=%d dur_cont_eff=%d units_msp=%d duration=%d c_effort=%d "
                  "proposed_work=%d work_todate=%d step=%lld -> %d",
-                 w->ass_name, w->act_name, min_per_day, w->c_contour, w->dur_cont_eff,
-                 w->units_msp, w->duration, w->c_effort, w->proposed_work, w->work_todate,
+                 w->ass_name, w->act_name, min_per_day, w->c_contour, w->dur_cont_eff, w->units_msp,
+                 w->duration, w->c_effort, w->proposed_work, w->work_todate,
                  static_cast<long long>(step), out);
   }
   return out;

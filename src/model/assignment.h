@@ -96,7 +96,7 @@ void setWorkTimeOffsetFromFinish(work_type* this_work, int32_t minutes);
 // Working minutes the remaining work needs, min_per_day being the standard
 // working minutes of a day; never negative. With PRINT_OPTION nonzero the
 // inputs and the result are written to file.
-int32_t getWorkDurationContour(const work_type* this_work, int32_t min_per_day,
-                               int PRINT_OPTION, FILE* file);
+int32_t getWorkDurationContour(const work_type* this_work, int32_t min_per_day, int PRINT_OPTION,
+                               FILE* file);
 
 #endif

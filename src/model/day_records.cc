@@ -45,8 +45,7 @@ void dayEffortDelete(day_effort_type* this_dayEffort) {
 }
 
 int dayEffortMatchRelJulianDate(void* this_dayEffort, const void* lookfor) {
-  return static_cast<day_effort_type*>(this_dayEffort)->dayOfYear == keyAsNumber(lookfor) ? 1
-                                                                                           : 0;
+  return static_cast<day_effort_type*>(this_dayEffort)->dayOfYear == keyAsNumber(lookfor) ? 1 : 0;
 }
 
 day_of_year_type* dayOfYearCreateNew(int32_t julian, int32_t year, int32_t mm, int32_t dd,

@@ -23,9 +23,9 @@
 inline constexpr int DAY_RECORD_BITS_LEN = 36;
 
 struct day_effort_type {
-  int32_t effort;      // available minutes of the day
-  int32_t dayOfWeek;   // 1 = Sunday .. 7 = Saturday
-  int32_t dayOfYear;   // day count relative to the project's first_day
+  int32_t effort;           // available minutes of the day
+  int32_t dayOfWeek;        // 1 = Sunday .. 7 = Saturday
+  int32_t dayOfYear;        // day count relative to the project's first_day
   unsigned char* day_bits;  // owned, DAY_RECORD_BITS_LEN bytes, or null
 };
 
@@ -34,8 +34,8 @@ struct day_of_year_type {
   int32_t year;
   int32_t mm;
   int32_t dd;
-  int32_t dow;     // 1 = Sunday .. 7 = Saturday
-  int32_t effort;  // available minutes
+  int32_t dow;              // 1 = Sunday .. 7 = Saturday
+  int32_t effort;           // available minutes
   unsigned char* day_bits;  // owned, DAY_RECORD_BITS_LEN bytes, or null
 };
 

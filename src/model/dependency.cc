@@ -35,9 +35,5 @@ int dependencyMatch(void* this_dep, const void* lookfor) {
 }
 
 int16_t getDependencyType(const dependency_type* this_dep) { return this_dep->type; }
-int16_t getDependencyExternalFlag(const dependency_type* this_dep) {
-  return this_dep->isExternal;
-}
-int32_t getDependencyLagMinutes(const dependency_type* this_dep) {
-  return this_dep->lag_minutes;
-}
+int16_t getDependencyExternalFlag(const dependency_type* this_dep) { return this_dep->isExternal; }
+int32_t getDependencyLagMinutes(const dependency_type* this_dep) { return this_dep->lag_minutes; }
