@@ -33,6 +33,7 @@
 #ifndef LEVELER_STORE_CALENDAR_LOADER_H
 #define LEVELER_STORE_CALENDAR_LOADER_H
 
+#include <climits>
 #include <cstdio>
 
 #include "calendar/project.h"
@@ -72,10 +73,15 @@ int doExtendAllCalendarsToMinMaxDates(linked_list_type* root_act_list,
                                       int optionCompareFirstLastDays, int daysToAdvanceFromFirstDay,
                                       int daysToExtendFromLastDay, FILE* file);
 
+// "No day yet" for the day arguments of the parse functions (day numbers
+// may be negative, so no ordinary value can say it).
+inline constexpr int CAL_NO_DAY = INT_MIN;
+
 // One fetched day into the project's day lists, days read oldest first.
-// *the_first_day < 0 on the first call of a first read (no day yet): the
-// day then becomes the calendar's first day with weekday d_of_w. *last_day
-// is the previous day seen (the gap from it to this day has no work);
+// *last_day is the previous day seen (the gap from it to this day has no
+// work), or CAL_NO_DAY on the first call of a first read: the day then
+// becomes the calendar's first day, with weekday d_of_w. *the_first_day
+// (CAL_NO_DAY before the first call) receives the first day this read saw;
 // *days_count counts the days covered.
 void parseProjectCalendarDataInAscOrderDB(void* this_proj, const char* s_day_of_year, int d_of_w,
                                           const unsigned char* current_day_bits, int* the_first_day,
@@ -84,7 +90,7 @@ void parseProjectCalendarDataInAscOrderDB(void* this_proj, const char* s_day_of_
                                           const unsigned char* null_day_bits,
                                           int optimizeExceptions, FILE* file);
 // The same for days read newest first: *prev_day is the later day seen
-// before; exceptions go to the head of their lists to keep them in day
+// before (the loaded range's first day on the first call); exceptions go to the head of their lists to keep them in day
 // order.
 void parseProjectCalendarDataInDescOrderDB(void* this_proj, const char* s_day_of_year, int d_of_w,
                                            const unsigned char* current_day_bits,
