@@ -2,15 +2,18 @@
 //
 // Opening sets the connection up for a levelling run:
 // - journal_mode=WAL and synchronous=NORMAL. A run commits every few hundred
-//   rows (LEVEL_COMMIT). With a full sync at every commit this machine
-//   managed about 33,000 single-row updates per second; in WAL with NORMAL
-//   it manages about 200,000. The price: a crash of the program loses
-//   nothing that was committed, but an operating-system crash or a power
-//   loss may lose the last few commits (the database itself stays intact).
-//   For a schedule that can be recomputed from its inputs that is the right
-//   trade.
+//   rows (LEVEL_COMMIT). Measured on this machine with bench/store_bench
+//   (single-row keyed updates of Lev_kor_wbs, a commit every 400 rows): with
+//   a full sync at each commit about 21,000-23,000 rows/s (rollback
+//   journal) or 85,000-160,000 (WAL); in WAL with NORMAL 150,000-220,000
+//   (the spread is the load of the shared machine). The price of NORMAL: a
+//   crash of the program loses nothing that was committed, but an
+//   operating-system crash or a power loss may lose the last few commits
+//   (the database itself stays intact). For a schedule that can be
+//   recomputed from its inputs that is the right trade.
 // - a busy timeout (SqliteOptions::busyTimeoutMs): a run that meets another
-//   connection's write lock waits that long before failing with -5.
+//   connection's write lock waits that long before failing with -5 (or an
+//   extended form of it, such as -517 when its snapshot is out of date).
 // - case_sensitive_like=ON, so that LIKE compares as on the other database
 //   the statements run on, and `RANK LIKE 'pattern%'` can use the RANK
 //   indexes.
@@ -21,7 +24,9 @@
 //   else commits: closing the store rolls back what was not committed.
 //   The transaction is deferred: the write lock is taken by the first
 //   change and held until LEVEL_COMMIT, while other connections can still
-//   read (WAL readers see the last commit).
+//   read (WAL readers see the last commit). A connection reads from one
+//   snapshot from its first read until its next LEVEL_COMMIT, so another
+//   connection's commit becomes visible to it after that.
 //
 // Statements: each distinct statement text is prepared once per connection
 // and kept; a later execution of the same text reuses it (the cache is keyed
