@@ -28,6 +28,9 @@ class SqliteStore::SqliteCursor final : public db::Store::CursorState {
 namespace {
 
 constexpr const char* kBegin = "BEGIN";
+// Beyond this many distinct texts a new text is prepared for one use only,
+// so that texts built with literal values cannot grow the cache without end.
+constexpr std::size_t kMaxCachedTexts = 1000;
 constexpr const char* kCommit = "COMMIT";
 
 bool isBlankTail(const char* tail, const char* end) {
@@ -114,7 +117,11 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
     rc = registerSqlFunctions(connection, store.get());
     if (rc != SQLITE_OK) status = store->databaseFailure(rc);
   }
-  if (status == 0 && options.createSchema) status = store->executeScript(schemaDdl());
+  if (status == 0 && options.createSchema) {
+    // One transaction for the whole script: one commit instead of one per
+    // table.
+    status = store->executeScript("BEGIN;\n" + std::string(schemaDdl()) + "\nCOMMIT;");
+  }
   if (status == 0) {
     Lease begin;
     status = store->lease(kBegin, begin);
@@ -155,12 +162,14 @@ int32_t SqliteStore::succeed(int32_t code, int64_t rows) {
 
 int32_t SqliteStore::lease(std::string_view sql, Lease& out) {
   auto it = cache_.find(sql);
-  if (it == cache_.end()) it = cache_.emplace(std::string(sql), IdleList{}).first;
-  IdleList& idle = it->second;
-  if (!idle.empty()) {
-    out.stmt = idle.back();
-    idle.pop_back();
-    out.home = &idle;
+  if (it == cache_.end() && cache_.size() < kMaxCachedTexts) {
+    it = cache_.emplace(std::string(sql), IdleList{}).first;
+  }
+  IdleList* home = it != cache_.end() ? &it->second : nullptr;
+  if (home != nullptr && !home->empty()) {
+    out.stmt = home->back();
+    home->pop_back();
+    out.home = home;
     return db::kSqlOk;
   }
   if (sql.size() > static_cast<std::size_t>(INT_MAX)) {
@@ -183,15 +192,19 @@ int32_t SqliteStore::lease(std::string_view sql, Lease& out) {
     return db::kSqlBindMismatch;
   }
   out.stmt = stmt;
-  out.home = &idle;
+  out.home = home;
   return db::kSqlOk;
 }
 
 void SqliteStore::giveBack(Lease& lease) {
   if (lease.stmt == nullptr) return;
-  sqlite3_reset(lease.stmt);
-  sqlite3_clear_bindings(lease.stmt);
-  lease.home->push_back(lease.stmt);
+  if (lease.home == nullptr) {
+    sqlite3_finalize(lease.stmt);
+  } else {
+    sqlite3_reset(lease.stmt);
+    sqlite3_clear_bindings(lease.stmt);
+    lease.home->push_back(lease.stmt);
+  }
   lease.stmt = nullptr;
 }
 

@@ -31,8 +31,10 @@
 // Statements: each distinct statement text is prepared once per connection
 // and kept; a later execution of the same text reuses it (the cache is keyed
 // by the exact text). A text in use by an open cursor gets a second prepared
-// statement when it is needed again meanwhile. prepareCount() counts the
-// preparations, for tests and diagnostics.
+// statement when it is needed again meanwhile. After 1000 distinct texts a
+// new one is prepared for each use and not kept (statements are meant to be
+// constants with placeholders; this bounds the cache when they are not).
+// prepareCount() counts the preparations, for tests and diagnostics.
 //
 // Host procedures: call() looks the name up (case-insensitively) in the
 // procedure registry (procedures.h) and runs it on this connection.
@@ -115,7 +117,7 @@ class SqliteStore final : public db::Store {
   // A prepared statement taken from the cache for one execution.
   struct Lease {
     sqlite3_stmt* stmt = nullptr;
-    IdleList* home = nullptr;  // where it goes back to
+    IdleList* home = nullptr;  // where it goes back to; null: not kept
   };
   class SqliteCursor;
 

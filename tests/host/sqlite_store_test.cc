@@ -90,6 +90,25 @@ TEST(SqliteStore, EachStatementTextIsPreparedOnceAndReused) {
   EXPECT_EQ(start + 4, store->prepareCount());
 }
 
+TEST(SqliteStore, TextsBeyondTheCacheBoundArePreparedForEachUse) {
+  scratch::ScratchDb scratch;
+  auto store = scratch.open();
+  ASSERT_NE(store, nullptr);
+  int32_t n = 0;
+  for (int i = 0; i < 1000; ++i) {
+    ASSERT_EQ(0, store->selectInto("SELECT " + std::to_string(i), {}, {n}));
+  }
+  const int64_t before = store->prepareCount();
+  db::IdText t;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(0, store->selectInto("SELECT 'not kept'", {}, {t}));
+  }
+  EXPECT_EQ(before + 3, store->prepareCount());
+  ASSERT_EQ(0, store->selectInto("SELECT 7", {}, {n}));  // kept from the start
+  EXPECT_EQ(before + 3, store->prepareCount());
+  EXPECT_EQ(7, n);
+}
+
 TEST(SqliteStore, LevelCommitPublishesWorkThatIsOtherwiseInvisibleAndLostOnClose) {
   scratch::ScratchDb scratch;
   auto run = scratch.open();
