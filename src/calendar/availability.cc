@@ -173,36 +173,25 @@ int32_t* getProjectAveDaysSortedByAveMin(const activity_type* this_act,
   return fieldsOf(this_act->proj, getActivityCalendarView(this_act)).ave_days_synchr;
 }
 
-void projectDoSyncSortOfAveMinutes(const activity_type* this_act, storage_manager_type* smanager,
-                                   int32_t first, int32_t last, FILE* file) {
+namespace {
+
+// Reorders a view's primary pair between day order and minutes order. The
+// pair must be in the other order; otherwise the message is printed and
+// the arrays stay as they are (the standard-day view, whose minutes are all
+// equal, only switches its flags, even then).
+void syncSortPrimary(const activity_type* this_act, storage_manager_type* smanager,
+                     int32_t first, int32_t last, FILE* file, bool toMinutesOrder) {
   if (getProjectAveMinutes(this_act, smanager) == nullptr) return;
   ViewFields f = fieldsOf(this_act->proj, getActivityCalendarView(this_act));
+  bool inMinutesOrder = f.ave_min_are_sorted == 1 && f.ave_days_are_sorted == 0;
   bool inDayOrder = f.ave_min_are_sorted == 0 && f.ave_days_are_sorted == 1;
-  if (!inDayOrder) {
-    if (file != nullptr) {
+  if (toMinutesOrder ? !inDayOrder : !inMinutesOrder) {
+    if (file != nullptr && toMinutesOrder) {
       std::fprintf(file,
                    "\n*** error in projectDoSyncSortOfAveMinutes(): ave_minutes%s are sorted already "
                    "!!! pp->ave_min_are_sorted%s= %d pp->ave_days_are_sorted%s= %d \n",
                    f.suffix, f.suffix, f.ave_min_are_sorted, f.suffix, f.ave_days_are_sorted);
-    }
-    if (f.view != CAL_VIEW_NWE) return;
-  }
-  if (f.view != CAL_VIEW_NWE && f.len > 1) {
-    int32_t lo, hi;
-    sortRange(f.len, first, &lo, &hi, last);
-    if (hi > lo) doSyncCombQuickSortOfIntArrays(f.ave_minutes, f.ave_days, swapFunctAscOrder, 1, lo, hi);
-  }
-  f.ave_min_are_sorted = 1;
-  f.ave_days_are_sorted = 0;
-}
-
-void projectDoSyncSortOfAveDays(const activity_type* this_act, storage_manager_type* smanager,
-                                int32_t first, int32_t last, FILE* file) {
-  if (getProjectAveMinutes(this_act, smanager) == nullptr) return;
-  ViewFields f = fieldsOf(this_act->proj, getActivityCalendarView(this_act));
-  bool inMinutesOrder = f.ave_min_are_sorted == 1 && f.ave_days_are_sorted == 0;
-  if (!inMinutesOrder) {
-    if (file != nullptr) {
+    } else if (file != nullptr) {
       std::fprintf(file,
                    "\n*** error in projectDoSyncSortOfAveDays(): ave_days%s are sorted already !!! "
                    "pp->ave_days_are_sorted%s= %d pp->ave_min_are_sorted%s= %d \n",
@@ -213,8 +202,27 @@ void projectDoSyncSortOfAveDays(const activity_type* this_act, storage_manager_t
   if (f.view != CAL_VIEW_NWE && f.len > 1) {
     int32_t lo, hi;
     sortRange(f.len, first, &lo, &hi, last);
-    if (hi > lo) doSyncCombQuickSortOfIntArrays(f.ave_days, f.ave_minutes, swapFunctAscOrder, 0, lo, hi);
+    if (hi > lo) {
+      // By minutes stably, so that days of equal minutes stay in day order.
+      if (toMinutesOrder) {
+        doSyncCombQuickSortOfIntArrays(f.ave_minutes, f.ave_days, swapFunctAscOrder, 1, lo, hi);
+      } else {
+        doSyncCombQuickSortOfIntArrays(f.ave_days, f.ave_minutes, swapFunctAscOrder, 0, lo, hi);
+      }
+    }
   }
-  f.ave_min_are_sorted = 0;
-  f.ave_days_are_sorted = 1;
+  f.ave_min_are_sorted = toMinutesOrder ? 1 : 0;
+  f.ave_days_are_sorted = toMinutesOrder ? 0 : 1;
+}
+
+}  // namespace
+
+void projectDoSyncSortOfAveMinutes(const activity_type* this_act, storage_manager_type* smanager,
+                                   int32_t first, int32_t last, FILE* file) {
+  syncSortPrimary(this_act, smanager, first, last, file, true);
+}
+
+void projectDoSyncSortOfAveDays(const activity_type* this_act, storage_manager_type* smanager,
+                                int32_t first, int32_t last, FILE* file) {
+  syncSortPrimary(this_act, smanager, first, last, file, false);
 }

@@ -66,17 +66,29 @@ void dayText(int32_t day, const project_type* p, char* out) {
   transformJulianToDateString(day + p->julianDateOrigin, out);
 }
 
-// One fetched row: its day number relative to the origin and its bits.
-// Returns false when the row cannot be read (a malformed day text).
-bool readDayRow(const project_type* p, const db::DayText& day, const db::DayBitsText& bits,
-                int16_t bitsInd, int32_t* dayNumber, unsigned char* dayBits) {
-  int j = dateStringToJulian(day.c_str());
-  if (j < 0) return false;
+// Fetches the next row of a day cursor (DAY_YEAR, DAY_WEEK, BIT_SCHED):
+// its day number relative to the origin, its weekday (0 when null) and its
+// bits (no schedule: no work). Returns the fetch status; *usable is false
+// for a row whose day cannot be read.
+int32_t fetchDayRow(db::Cursor& cursor, const project_type* p, int32_t* dayNumber,
+                    int32_t* dayOfWeek, unsigned char* dayBits, bool* usable) {
+  db::DayText day;
+  db::DayBitsText bits;
+  int16_t dayInd = 0, dowInd = 0, bitsInd = 0;
+  *dayOfWeek = 0;
+  int32_t rc = cursor.fetch({db::HostVar(day, &dayInd), db::HostVar(*dayOfWeek, &dowInd),
+                             db::HostVar(bits, &bitsInd)});
+  *usable = false;
+  if (rc != 0) return rc;
+  int j = dayInd < 0 ? -1 : dateStringToJulian(day.c_str());
+  if (j < 0) return rc;
   *dayNumber = j - p->julianDateOrigin;
+  if (dowInd < 0) *dayOfWeek = 0;
   if (bitsInd < 0 || !decodeDayBitsHex(bits.c_str(), dayBits)) {
-    std::memset(dayBits, 0, DAY_BITS_BYTES);  // no schedule: no work
+    std::memset(dayBits, 0, DAY_BITS_BYTES);
   }
-  return true;
+  *usable = true;
+  return rc;
 }
 
 // Reads the days of [from, to] (day numbers) in one direction. Rows at the
@@ -100,16 +112,12 @@ int readDayRange(project_type* p, int32_t from, int32_t to, bool ascending, cons
   int prev = ascending ? from : to;  // the anchor: the loaded day next to the range
   int prevDow = 0;
   while (rc == 0) {
-    db::DayText day;
-    db::DayBitsText bits;
-    int32_t dow = 0;
-    int16_t dayInd = 0, dowInd = 0, bitsInd = 0;
-    rc = cursor.fetch({db::HostVar(day, &dayInd), db::HostVar(dow, &dowInd),
-                       db::HostVar(bits, &bitsInd)});
-    if (rc != 0) break;
-    int32_t d = 0;
+    int32_t d = 0, dow = 0;
     unsigned char dayBits[DAY_BITS_BYTES];
-    if (dayInd < 0 || !readDayRow(p, day, bits, bitsInd, &d, dayBits)) continue;
+    bool usable = false;
+    rc = fetchDayRow(cursor, p, &d, &dow, dayBits, &usable);
+    if (rc != 0) break;
+    if (!usable) continue;
     if (d == prev || (ascending ? d < prev : d > prev)) continue;
     char dayStr[DATE_TEXT_SIZE];
     dayText(d, p, dayStr);
@@ -252,18 +260,14 @@ int doReadCalendarForOneSingleProjectDB(void* this_project, long julianDateOrigi
   const unsigned char nullDay[DAY_BITS_BYTES] = {};
   int firstDay = CAL_NO_DAY, firstDow = 0, count = 0, lastDay = CAL_NO_DAY, lastDow = 0;
   while (rc == 0) {
-    db::DayText day;
-    db::DayBitsText dayBitsText;
-    int32_t dow = 0;
-    int16_t dayInd = 0, dowInd = 0, dayBitsInd = 0;
-    rc = cursor.fetch({db::HostVar(day, &dayInd), db::HostVar(dow, &dowInd),
-                       db::HostVar(dayBitsText, &dayBitsInd)});
-    if (rc != 0) break;
-    int32_t d = 0;
+    int32_t d = 0, dow = 0;
     unsigned char dayBits[DAY_BITS_BYTES];
-    if (dayInd < 0 || !readDayRow(p, day, dayBitsText, dayBitsInd, &d, dayBits)) continue;
+    bool usable = false;
+    rc = fetchDayRow(cursor, p, &d, &dow, dayBits, &usable);
+    if (rc != 0) break;
+    if (!usable) continue;
     if (count > 0 && d <= lastDay) continue;
-    if (count == 0 && (dowInd < 0 || dow < 1 || dow > 7)) {
+    if (count == 0 && (dow < 1 || dow > 7)) {
       dow = julianToWeekDay(d + p->julianDateOrigin);
     }
     char dayStr[DATE_TEXT_SIZE];
