@@ -3,10 +3,12 @@
 // Opening sets the connection up for a levelling run:
 // - journal_mode=WAL and synchronous=NORMAL. A run commits every few hundred
 //   rows (LEVEL_COMMIT). Measured on this machine with bench/store_bench
-//   (single-row keyed updates of Lev_kor_wbs, a commit every 400 rows): with
-//   a full sync at each commit about 21,000-23,000 rows/s (rollback
-//   journal) or 85,000-160,000 (WAL); in WAL with NORMAL 150,000-220,000
-//   (the spread is the load of the shared machine). The price of NORMAL: a
+//   (single-row keyed updates of Lev_kor_wbs, a commit every 400 rows),
+//   median rows per second over several runs: with a full sync at each
+//   commit 21,000-113,000 (rollback journal) and 84,000-160,000 (WAL); in
+//   WAL with NORMAL 150,000-220,000. The full-sync figures swing with what
+//   else the shared disk is doing, since every commit waits for it; NORMAL
+//   does not wait at commits (only at checkpoints). The price of NORMAL: a
 //   crash of the program loses nothing that was committed, but an
 //   operating-system crash or a power loss may lose the last few commits
 //   (the database itself stays intact). For a schedule that can be
