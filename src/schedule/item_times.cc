@@ -58,6 +58,16 @@ int activityGetSpecDateTimeParams(activity_type* this_act, storage_manager_type*
   int32_t sd = this_act->start_date;
   int32_t fd = this_act->finish_date;
   int st, ft;
+  if (this_act->proj == nullptr) {
+    // A node without a calendar is read on the standard day.
+    *startDate = sd;
+    *finishDate = fd;
+    *startTime = getStartTimeMinutesFromDayBits(dayBitsDefault8H) + this_act->offset_start_time;
+    *finishTime = this_act->effort < 6 ? *startTime
+                                       : getFinishTimeMinutesFromDayBits(dayBitsDefault8H) -
+                                             this_act->offset_finish_time;
+    return 0;
+  }
   if (aveOf(this_act, sd) < 5) {
     if (activityFindClosestAveHigherDateBasedOnProjectCalendar(this_act, &sd, smanager, file) != 1) {
       return ERR_NO_WORKING_DAY;

@@ -17,7 +17,8 @@
 //   onto the start time for an item with effort below 6 minutes; the
 //   short-effort rule of the placement already keeps such items on one day.
 //   The actual-work rule is applied after that one, since actual work
-//   overrides a planned point.
+//   overrides a planned point. An item without a project (a network node
+//   made without one) is read on the standard day, its days unmoved.
 // - activityFixClosestFinishDateFromProjCalendar snaps a finish day exactly
 //   as the backward placement snaps its finish day: a day with fewer than 5
 //   available minutes moves to the closest earlier working day (later for
