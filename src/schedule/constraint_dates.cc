@@ -69,8 +69,9 @@ bool present(int16_t ind) { return ind >= 0; }
 
 // Date part of a text (its first 10 characters) into the constraint date.
 void takeDate(char* to, const char* from) {
-  std::memset(to, 0, CONSTRAINT_DATE_TEXT_SIZE);
-  std::strncpy(to, from, CONSTRAINT_DATE_TEXT_SIZE - 1);
+  const size_t n = strnlen(from, CONSTRAINT_DATE_TEXT_SIZE - 1);
+  std::memcpy(to, from, n);
+  to[n] = '\0';
 }
 
 // True when the date of a is earlier than the date of b.
