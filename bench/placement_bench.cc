@@ -127,8 +127,8 @@ void placeAll(benchmark::State& state, int16_t view) {
 void BM_ForwardPlacementPlainView(benchmark::State& state) { placeAll(state, CAL_VIEW_PLAIN); }
 void BM_ForwardPlacementWeeklyView(benchmark::State& state) { placeAll(state, CAL_VIEW_REG); }
 
-BENCHMARK(BM_ForwardPlacementPlainView)->Iterations(kPlacements)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ForwardPlacementWeeklyView)->Iterations(kPlacements)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ForwardPlacementPlainView)->Iterations(kPlacements)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_ForwardPlacementWeeklyView)->Iterations(kPlacements)->Unit(benchmark::kNanosecond);
 
 }  // namespace
 

@@ -52,103 +52,68 @@ class Constraints : public ::testing::Test {
   const int32_t latest = cal.last() - 5 + 1;  // latest start of a 5-day item
 };
 
-// --- Forward ---
+// One code and date, and the earliest and latest start they allow (day
+// counts; -1 stands for the latest start the calendar allows).
+struct Row {
+  int ct;
+  int date;
+  int wantMin, wantMax;
+  const char* why;
+};
 
-TEST_F(Constraints, ForwardBaseLimitsFollowTheCurrentDayAndTheCalendar) {
-  Limits l = forward(6, day(120));
-  EXPECT_EQ(l.minSd, day(50));  // the later of the current day and creation
-  EXPECT_EQ(l.maxStart, latest);
-  EXPECT_EQ(l.minFinish, l.minStart + 4);
-  EXPECT_EQ(l.maxFinish, l.maxStart + 4);
-}
-
-TEST_F(Constraints, StartNoEarlierThanADateBeyondReachGivesEarliestEqualToLatest) {
-  Limits l = forward(6, cal.last() - 2);
-  EXPECT_EQ(l.minStart, latest);
-  EXPECT_EQ(l.maxStart, latest);
-  l = forward(6, day(120));
-  EXPECT_EQ(l.minStart, day(120));
-}
-
-TEST_F(Constraints, StartNoLaterThanADateBeforeTheEarliestStartGivesLatestEqualToEarliest) {
-  Limits l = forward(7, day(20));
-  EXPECT_EQ(l.minStart, day(50));
-  EXPECT_EQ(l.maxStart, day(50));
-  l = forward(7, day(120));
-  EXPECT_EQ(l.maxStart, day(120));
-}
-
-TEST_F(Constraints, FinishOnADateNeedingAnEarlierStartClampsBothLimitsToTheEarliest) {
-  // Codes 3, 4 and 5 may start before the current day: the earliest start is
-  // the calendar's first day.
-  Limits l = forward(4, day(2));
-  EXPECT_EQ(l.minStart, day(0));
-  EXPECT_EQ(l.maxStart, day(0));
-  l = forward(4, day(120));
-  EXPECT_EQ(l.minStart, day(116));
-  EXPECT_EQ(l.maxStart, day(116));
-  EXPECT_EQ(l.maxFinish, day(120));
-}
-
-TEST_F(Constraints, CodesThreeFourFiveMayStartBeforeTheCurrentDayTwoSixSevenNot) {
-  EXPECT_EQ(forward(3, day(30)).minStart, day(0));
-  EXPECT_EQ(forward(3, day(30)).maxStart, day(26));
-  EXPECT_EQ(forward(5, day(30)).minStart, day(30));
-  EXPECT_EQ(forward(5, day(30)).maxStart, day(30));
-  EXPECT_EQ(forward(7, day(30)).minStart, day(50));
-  // Unless the constraint itself sets the earliest start (2 and 6).
-  EXPECT_EQ(forward(2, day(30)).minStart, day(26));
-  EXPECT_EQ(forward(6, day(30)).minStart, day(30));
-}
-
-TEST_F(Constraints, FinishNoEarlierThanIsCappedAtTheLatestStart) {
-  EXPECT_EQ(forward(2, day(150)).minStart, day(146));
-  EXPECT_EQ(forward(2, cal.last() + 0).minStart, latest);
-}
-
-TEST_F(Constraints, AsSoonAsPossibleBoundsTheLatestStartByItsDateOrTheEarliestAllowed) {
-  EXPECT_EQ(forward(0, day(120)).maxStart, day(120));
-  EXPECT_EQ(forward(0, day(20)).maxStart, day(50));    // min_sd
-  EXPECT_EQ(forward(0, cal.last()).maxStart, day(50));  // not before the latest start
-  // Any other code takes a date equal to the latest start as well.
-  EXPECT_EQ(forward(9, latest).maxStart, latest);
-  EXPECT_EQ(forward(0, latest).maxStart, day(50));
-  // As late as possible: no forward bound.
-  EXPECT_EQ(forward(1, day(120)).maxStart, latest);
-}
-
-TEST_F(Constraints, CreationLaterThanTheCurrentDayRaisesMinSd) {
+TEST_F(Constraints, ForwardLimitsCodeByCode) {
+  const int L = latest - cal.first();
+  const int lastDay = cal.last() - cal.first();
+  const Row rows[] = {
+      {6, 120, 120, L, "start no earlier than"},
+      {6, lastDay - 2, L, L, "a date beyond reach gives earliest = latest"},
+      {7, 120, 50, 120, "start no later than; earliest is the current day"},
+      {7, 20, 50, 50, "a date before the earliest start gives latest = earliest"},
+      {4, 120, 116, 116, "finish on"},
+      {4, 2, 0, 0, "a finish needing an earlier start clamps both to the earliest"},
+      {3, 30, 0, 26, "finish no later than may start before the current day"},
+      {5, 30, 30, 30, "start on may start before the current day"},
+      {2, 30, 26, L, "finish no earlier than sets its own earliest start"},
+      {2, lastDay, L, L, "finish no earlier than, capped at the latest start"},
+      {0, 120, 50, 120, "as soon as possible: latest start its date"},
+      {0, 20, 50, 50, "...or min_sd when later"},
+      {0, lastDay, 50, 50, "...or min_sd when not before the calendar's latest start"},
+      {0, L, 50, 50, "code 0 does not take a date equal to the latest start"},
+      {9, L, 50, L, "another code does"},
+      {1, 120, 50, L, "as late as possible: no forward bound"},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.why);
+    Limits l = forward(r.ct, day(r.date));
+    EXPECT_EQ(l.minStart, day(r.wantMin));
+    EXPECT_EQ(l.maxStart, day(r.wantMax));
+    EXPECT_EQ(l.minFinish, l.minStart + 4);
+    EXPECT_EQ(l.maxFinish, l.maxStart + 4);
+    // min_sd: the later of the base earliest start and creation (day 10).
+    EXPECT_EQ(l.minSd, day(r.ct >= 3 && r.ct <= 5 ? 10 : 50));
+  }
   setProjectCreateDate(cal.proj(), day(70));
-  EXPECT_EQ(forward(6, day(120)).minSd, day(70));
+  EXPECT_EQ(forward(6, day(120)).minSd, day(70));  // creation later than the current day
 }
 
-// --- Backward ---
-
-TEST_F(Constraints, BackwardLimitsEndAtTheProjectsFinish) {
-  Limits l = backward(0, day(120));
-  EXPECT_EQ(l.minStart, day(0));
-  EXPECT_EQ(l.maxStart, day(296));
-  EXPECT_EQ(l.minSd, day(0));
-  EXPECT_EQ(l.maxFinish, day(300));
-}
-
-TEST_F(Constraints, BackwardFinishCodesCapTheirDateAtTheProjectsFinish) {
-  Limits l = backward(3, day(350));
-  EXPECT_EQ(l.maxStart, day(296));
-  l = backward(4, day(350));
-  EXPECT_EQ(l.minStart, day(296));
-  EXPECT_EQ(l.maxStart, day(296));
-  l = backward(2, day(200));
-  EXPECT_EQ(l.minStart, day(196));
-  // The start codes are not capped: a start-on beyond the finish is clamped.
-  l = backward(5, day(350));
-  EXPECT_EQ(l.minStart, day(296));
-}
-
-TEST_F(Constraints, BackwardAsLateAsPossibleTakesItsDateWhenAfterCreation) {
-  EXPECT_EQ(backward(1, day(120)).minStart, day(120));
-  EXPECT_EQ(backward(1, day(5)).minStart, day(296));   // not after creation (day 10)
-  EXPECT_EQ(backward(1, day(380)).minStart, day(296));  // the earlier of date and latest
+TEST_F(Constraints, BackwardLimitsCodeByCode) {
+  const Row rows[] = {
+      {0, 120, 0, 296, "no bound: the project's finish (day 300)"},
+      {3, 350, 0, 296, "finish codes cap their date at the project's finish"},
+      {4, 350, 296, 296, "finish on, capped"},
+      {2, 200, 196, 296, "finish no earlier than"},
+      {5, 350, 296, 296, "start codes are clamped, not capped"},
+      {1, 120, 120, 296, "as late as possible: its date, after creation (day 10)"},
+      {1, 5, 296, 296, "...not after creation: the latest start"},
+      {1, 380, 296, 296, "...the earlier of date and latest start"},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.why);
+    Limits l = backward(r.ct, day(r.date));
+    EXPECT_EQ(l.minStart, day(r.wantMin));
+    EXPECT_EQ(l.maxStart, day(r.wantMax));
+    EXPECT_EQ(l.minSd, day(0));
+  }
 }
 
 // --- Load-time rules ---

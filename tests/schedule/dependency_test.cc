@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "calendar_fixture.h"
-#include "schedule/dependency_lags.h"
 
 namespace schedtest {
 namespace {
@@ -71,114 +70,31 @@ class Deps : public ::testing::Test {
                 tue2 = mon + 8;
 };
 
-// --- The lag shifts on their own ---
-
-TEST_F(Deps, LagOf60From1130SkipsTheLunchHour) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = mon, dur = 1;
-  int t = 690;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, 60, log.f()), 1);
-  EXPECT_EQ(d, mon);
-  EXPECT_EQ(t, 810);  // 13:30
-}
-
-TEST_F(Deps, LeadOf60From1330SkipsTheLunchHour) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = mon, dur = 1;
-  int t = 810;
-  ASSERT_EQ(activityShiftToLowerDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, -60, log.f()), 1);
-  EXPECT_EQ(t, 690);  // 11:30
-}
-
-TEST_F(Deps, AStartPointAtFriday1700IsMonday0800WithoutReducingTheDuration) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = fri, dur = 3;
-  int t = 1020;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, 0, log.f()), 1);
-  EXPECT_EQ(d, mon2);
-  EXPECT_EQ(t, 480);
-  EXPECT_EQ(dur, 3);  // Monday is not the next calendar day
-  // From Monday 17:00 the next day is Tuesday itself: the duration shrinks.
-  d = mon;
-  t = 1020;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, 0, log.f()), 1);
-  EXPECT_EQ(d, tue);
-  EXPECT_EQ(dur, 2);
-}
-
-TEST_F(Deps, AFinishPointAtMonday0800IsFriday1700) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = mon2, dur = 2;
-  int t = 480;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 1, 0, log.f()), 1);
-  EXPECT_EQ(d, fri);
-  EXPECT_EQ(t, 1020);
-  // An item of 5 minutes stays where it is.
-  activity_type* tiny = task("B", 5, mon, 480, mon, 485);
-  d = mon2;
-  t = 480;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(tiny, cal.sm(), &d, &t, &dur, 1, 0, log.f()), 1);
-  EXPECT_EQ(d, mon2);
-  EXPECT_EQ(t, 480);
-}
-
-TEST_F(Deps, AWholeDayOfLagFromFridayEveningStartsTuesdayMorning) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = fri, dur = 2;
-  int t = 1020;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, 480, log.f()), 1);
-  EXPECT_EQ(d, tue2);
-  EXPECT_EQ(t, 480);
-}
-
-TEST_F(Deps, ALeadAcrossTheWeekendLandsOnFriday) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = mon2, dur = 1;
-  int t = 600;  // 10:00
-  ASSERT_EQ(activityShiftToLowerDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, -240, log.f()), 1);
-  EXPECT_EQ(d, fri);
-  EXPECT_EQ(t, 900);  // 15:00: two hours on Monday, two on Friday
-}
-
-TEST_F(Deps, APointOnASaturdayTakesItsLagFromMonday) {
-  activity_type* a = task("A", 480, mon, 480, mon, 1020);
-  int32_t d = sat, dur = 1;
-  int t = 600;
-  ASSERT_EQ(activityShiftToHigherDatesBasedOnDepLag(a, cal.sm(), &d, &t, &dur, 0, 30, log.f()), 1);
-  EXPECT_EQ(d, mon2);
-  EXPECT_EQ(t, 510);
-}
-
 // --- Forward resolution ---
 
-TEST_F(Deps, FinishToStartLagZeroFromFriday1700StartsMonday0800) {
-  activity_type* p = task("P", 480, fri, 480, fri, 1020);
-  activity_type* s = task("S", 480, mon, 480, mon, 1020);
-  Result r = succ(s, p, FS, 0);
-  ASSERT_EQ(r.rc, 0);
-  EXPECT_EQ(r.start, mon2);
-  EXPECT_EQ(r.startTime(), 480);
-  EXPECT_EQ(r.finish, mon2);
-  EXPECT_EQ(r.offFinish, 0);
-}
-
-TEST_F(Deps, FinishToStartLag60From1130Starts1330AndTheTaskIsPlacedFromThere) {
-  activity_type* p = task("P", 210, mon, 480, mon, 690);
+TEST_F(Deps, FinishToStartLagsAndLeadsSkipBreaksAndWeekends) {
+  struct Case {
+    int32_t predFinish;
+    int predFinishTime, lag;
+    int32_t wantStart;
+    int wantStartTime;
+  } cases[] = {
+      {fri, 1020, 0, mon2, 480},    // a start at a day's end is the next day's start
+      {mon, 690, 60, mon, 810},     // 11:30 + 60 = 13:30, the lunch hour not counted
+      {mon, 810, -60, mon, 690},    // 13:30 - 60 = 11:30
+      {fri, 1020, 480, tue2, 480},  // a whole day of lag ends Monday 17:00: Tuesday 08:00
+      {mon, 1020, 0, tue, 480},
+      {sat, 1020, 30, tue2, 510},   // a finish on a Saturday anchors at Monday's end
+  };
   activity_type* s = task("S", 60, mon, 480, mon, 1020);
-  Result r = succ(s, p, FS, 60);
-  ASSERT_EQ(r.rc, 0);
-  EXPECT_EQ(r.start, mon);
-  EXPECT_EQ(r.startTime(), 810);
-  EXPECT_EQ(r.finishTime(), 870);  // 14:30
-}
-
-TEST_F(Deps, FinishToStartLeadOf60From1330Starts1130) {
-  activity_type* p = task("P", 30, mon, 780, mon, 810);
-  activity_type* s = task("S", 60, mon, 480, mon, 1020);
-  Result r = succ(s, p, FS, -60);
-  ASSERT_EQ(r.rc, 0);
-  EXPECT_EQ(r.startTime(), 690);
-  EXPECT_EQ(r.finishTime(), 810);  // 30 minutes before lunch, 30 after
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "lag " << c.lag << " from " << c.predFinishTime);
+    activity_type* p = task("P", 480, c.predFinish, 480, c.predFinish, c.predFinishTime);
+    Result r = succ(s, p, FS, c.lag);
+    ASSERT_EQ(r.rc, 0);
+    EXPECT_EQ(r.start, c.wantStart);
+    EXPECT_EQ(r.startTime(), c.wantStartTime);
+  }
 }
 
 TEST_F(Deps, FinishToFinishLagZeroFromMonday0800FinishesFriday1700) {

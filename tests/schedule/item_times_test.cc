@@ -234,18 +234,5 @@ TEST(DayWork, TheDirectFormsAgreeWithTheLiteralPushing) {
   }
 }
 
-TEST(DayWork, WorkThatFitsEndsOnAnAvailableSlotAndWorkThatDoesNotOverflows) {
-  const Day d = standardDay();
-  EXPECT_EQ(dayWorkFinish(d.data(), 480, 240), 720);
-  EXPECT_EQ(dayWorkFinish(d.data(), 480, 245), 785);
-  EXPECT_GT(dayWorkFinish(d.data(), 700, 300), 1020);  // 20 + 240 fit, 40 do not
-  EXPECT_GT(dayWorkFinish(d.data(), 480, 485), 1020);
-  EXPECT_EQ(dayWorkStart(d.data(), 1020, 240), 780);
-  EXPECT_EQ(dayWorkStart(d.data(), 1020, 245), 715);
-  EXPECT_LT(dayWorkStart(d.data(), 1020, 485), 480);
-  EXPECT_EQ(daySlotEndingAtIsAvailable(d.data(), 785), 1);
-  EXPECT_EQ(daySlotEndingAtIsAvailable(d.data(), 780), 0);
-}
-
 }  // namespace
 }  // namespace schedtest

@@ -195,13 +195,6 @@ TEST_F(Network, SuccessorsAreCollectedThroughItemsWithoutTheResource) {
   ll_delete(preds);
 }
 
-TEST_F(Network, AnItemWithoutAssignmentsKeepsItsDelayParameters) {
-  activity_type* a = node("A");
-  a->max_delay_param = 77;
-  EXPECT_EQ(activityCalculateDelayParam(a, items, cal.sm(), kStart, kFinish, log.f()), 0);
-  EXPECT_EQ(a->max_delay_param, 77);
-}
-
 // --- Read-only roll-up ---
 
 struct Rolled {
