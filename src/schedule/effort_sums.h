@@ -10,7 +10,7 @@
 //
 // Results: 0 done; the result of activityFindClosestAveStartFinishDates
 // (200217) when a day could not be brought onto a working day; 200187 after
-// an unexpected failure (printed as specified).
+// an unexpected failure (after its message).
 //
 // Choices where the rules leave room:
 // - The two times are not snapped onto working time before counting: the

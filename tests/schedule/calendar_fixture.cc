@@ -42,8 +42,8 @@ std::array<Day, 7> standardWeek() {
   return w;
 }
 
-CalendarSpec defaultCalendar(int size, std::map<int, Day> exceptions) {
-  CalendarSpec s;
+CalendarSetup defaultCalendar(int size, std::map<int, Day> exceptions) {
+  CalendarSetup s;
   s.first = dayNumber(2024, 1, 1);
   s.size = size;
   s.week = standardWeek();
@@ -51,23 +51,23 @@ CalendarSpec defaultCalendar(int size, std::map<int, Day> exceptions) {
   return s;
 }
 
-Calendar::Calendar(const CalendarSpec& spec) : spec_(spec) {
+Calendar::Calendar(const CalendarSetup& setup) : setup_(setup) {
   proj_ = projectCreateNew("PRJ");
   sm_ = smanagerCreateNew();
   setProjectJulianDateOrigin(proj_, kOrigin);
   for (int w = 1; w <= 7; ++w) {
-    EXPECT_EQ(setProjectBitsForDaysOfWeek(proj_, w, hexOf(spec_.week[w - 1]).c_str()), 1);
+    EXPECT_EQ(setProjectBitsForDaysOfWeek(proj_, w, hexOf(setup_.week[w - 1]).c_str()), 1);
   }
-  setProjectFirstDay(proj_, spec_.first);
-  setProjectFirstDayOfWeek(proj_, weekdayOf(spec_.first));
-  setProjectSizeOfCalendar(proj_, spec_.size);
-  setProjectMinutesPerDay(proj_, spec_.minutesPerDay);
-  setProjectCreateDate(proj_, spec_.first);
-  setProjectCurrentDate(proj_, spec_.first);
-  setProjectStartDate(proj_, spec_.first);
-  setProjectFinishDate(proj_, spec_.first + spec_.size - 1);
-  for (const auto& [c, bits] : spec_.exceptions) {
-    EXPECT_EQ(setProjectExceptionDaysOfYear(proj_, c, weekdayOf(spec_.first + c), bits.data(), 1), 1);
+  setProjectFirstDay(proj_, setup_.first);
+  setProjectFirstDayOfWeek(proj_, weekdayOf(setup_.first));
+  setProjectSizeOfCalendar(proj_, setup_.size);
+  setProjectMinutesPerDay(proj_, setup_.minutesPerDay);
+  setProjectCreateDate(proj_, setup_.first);
+  setProjectCurrentDate(proj_, setup_.first);
+  setProjectStartDate(proj_, setup_.first);
+  setProjectFinishDate(proj_, setup_.first + setup_.size - 1);
+  for (const auto& [c, bits] : setup_.exceptions) {
+    EXPECT_EQ(setProjectExceptionDaysOfYear(proj_, c, weekdayOf(setup_.first + c), bits.data(), 1), 1);
   }
 }
 
@@ -83,12 +83,12 @@ Day Calendar::bits(int32_t date, int view) const {
     std::memcpy(d.data(), dayBitsDefault8H, DAY_BITS_BYTES);
     return d;
   }
-  const int c = date - spec_.first;
+  const int c = date - setup_.first;
   if (view == 0) {
-    auto it = spec_.exceptions.find(c);
-    if (it != spec_.exceptions.end()) return it->second;
+    auto it = setup_.exceptions.find(c);
+    if (it != setup_.exceptions.end()) return it->second;
   }
-  return spec_.week[weekdayOf(date) - 1];
+  return setup_.week[weekdayOf(date) - 1];
 }
 
 activity_type* Calendar::item(const std::string& name, int32_t effort, int32_t start,

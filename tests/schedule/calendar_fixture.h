@@ -34,7 +34,7 @@ Day emptyDay();
 int32_t dayNumber(int y, int m, int d);
 int weekdayOf(int32_t dayNumber);
 
-struct CalendarSpec {
+struct CalendarSetup {
   int32_t first = 0;        // day number of day count 0
   int size = 0;             // days loaded
   std::array<Day, 7> week;  // index = weekday - 1 (0 = Sunday)
@@ -47,15 +47,15 @@ std::array<Day, 7> standardWeek();
 
 class Calendar {
  public:
-  explicit Calendar(const CalendarSpec& spec);
+  explicit Calendar(const CalendarSetup& setup);
   ~Calendar();
   Calendar(const Calendar&) = delete;
   Calendar& operator=(const Calendar&) = delete;
 
   project_type* proj() const { return proj_; }
   storage_manager_type* sm() const { return sm_; }
-  int32_t first() const { return spec_.first; }
-  int32_t last() const { return spec_.first + spec_.size - 1; }
+  int32_t first() const { return setup_.first; }
+  int32_t last() const { return setup_.first + setup_.size - 1; }
   // The true bits of a day in a view (0 plain, 1 standard day, 2 weekly).
   Day bits(int32_t date, int view = 0) const;
 
@@ -65,7 +65,7 @@ class Calendar {
                       int16_t view = 0, int16_t type = 3);
 
  private:
-  CalendarSpec spec_;
+  CalendarSetup setup_;
   project_type* proj_ = nullptr;
   storage_manager_type* sm_ = nullptr;
   std::vector<activity_type*> items_;
@@ -73,7 +73,7 @@ class Calendar {
 
 // The default calendar: 2024-01-01 (a Monday) on, `size` days, five-day
 // standard week, no exceptions unless given.
-CalendarSpec defaultCalendar(int size = 400, std::map<int, Day> exceptions = {});
+CalendarSetup defaultCalendar(int size = 400, std::map<int, Day> exceptions = {});
 
 // A log stream for the code under test (a temporary file), closed at scope
 // end; text() reads back what was written.

@@ -308,10 +308,10 @@ TEST(DepsFailures, AShiftRunningPastTheCalendarFailsWithTheTypesCode) {
 TEST(DepsFailures, ATaskThatCannotBePlacedAgainFailsWithTheReplacementCode) {
   // Work only on days 30 to 39 (an empty week otherwise): 80 days of effort
   // fit neither forwards nor backwards.
-  CalendarSpec spec = defaultCalendar(60);
-  for (auto& d : spec.week) d = emptyDay();
-  for (int c = 30; c < 40; ++c) spec.exceptions[c] = standardDay();
-  Calendar cal{spec};
+  CalendarSetup setup = defaultCalendar(60);
+  for (auto& d : setup.week) d = emptyDay();
+  for (int c = 30; c < 40; ++c) setup.exceptions[c] = standardDay();
+  Calendar cal{setup};
   Log log;
   linked_list_type* items = ll_new(activityMatch, getActivityName);
   const int32_t day35 = cal.first() + 35;

@@ -23,13 +23,13 @@ class Times : public ::testing::Test {
     a->offset_finish_time = static_cast<int16_t>(offFinish);
     return a;
   }
-  struct Spec {
+  struct Anchors {
     int rc;
     int32_t sd, fd;
     int st, ft;
   };
-  Spec spec(activity_type* a) {
-    Spec s{};
+  Anchors anchors(activity_type* a) {
+    Anchors s{};
     s.rc = activityGetSpecDateTimeParams(a, cal.sm(), &s.sd, &s.fd, &s.st, &s.ft, log.f());
     return s;
   }
@@ -43,7 +43,7 @@ class Times : public ::testing::Test {
 // --- Anchors ---
 
 TEST_F(Times, AnchorsAreTheWorkingStartPlusOffsetAndTheWorkingEndMinusOffset) {
-  Spec s = spec(item(600, mon, 60, tue, 120));
+  Anchors s = anchors(item(600, mon, 60, tue, 120));
   ASSERT_EQ(s.rc, 0);
   EXPECT_EQ(s.sd, mon);
   EXPECT_EQ(s.st, 540);
@@ -52,7 +52,7 @@ TEST_F(Times, AnchorsAreTheWorkingStartPlusOffsetAndTheWorkingEndMinusOffset) {
 }
 
 TEST_F(Times, AnchorsOnAWeekendMoveToTheNextWorkingDaysStartAndEnd) {
-  Spec s = spec(item(600, sat, 60, sun, 120));
+  Anchors s = anchors(item(600, sat, 60, sun, 120));
   ASSERT_EQ(s.rc, 0);
   EXPECT_EQ(s.sd, mon2);
   EXPECT_EQ(s.st, 480);  // the offset is not applied to a moved day
@@ -61,7 +61,7 @@ TEST_F(Times, AnchorsOnAWeekendMoveToTheNextWorkingDaysStartAndEnd) {
 }
 
 TEST_F(Times, AShortEffortItemFinishesWhereItStarts) {
-  Spec s = spec(item(5, mon, 60, tue, 0));
+  Anchors s = anchors(item(5, mon, 60, tue, 0));
   EXPECT_EQ(s.ft, s.st);
   EXPECT_EQ(s.fd, tue);
 }
@@ -70,23 +70,23 @@ TEST_F(Times, ActualWorkEndingLaterMovesTheFinishAnchor) {
   activity_type* a = item(600, mon, 0, tue, 300);
   a->max_wrk_actual_FD = fri;
   a->oft_wrk_actual_FD = 60;
-  Spec s = spec(a);
+  Anchors s = anchors(a);
   EXPECT_EQ(s.fd, fri);
   EXPECT_EQ(s.ft, 960);
   // On the finish day itself the smaller offset (the later time) wins.
   a->max_wrk_actual_FD = tue;
-  s = spec(a);
+  s = anchors(a);
   EXPECT_EQ(s.fd, tue);
   EXPECT_EQ(s.ft, 960);
   // Only plain tasks carry actual work into their anchors.
   a->type = 2;
-  EXPECT_EQ(spec(a).ft, 720);
+  EXPECT_EQ(anchors(a).ft, 720);
 }
 
 TEST(TimesWithoutWorkingDays, AnchorsAndSumsFailWith200217) {
-  CalendarSpec spec = defaultCalendar(60);
-  for (auto& d : spec.week) d = emptyDay();
-  Calendar cal{spec};
+  CalendarSetup setup = defaultCalendar(60);
+  for (auto& d : setup.week) d = emptyDay();
+  Calendar cal{setup};
   Log log;
   activity_type* a = cal.item("T", 480, cal.first() + 3, cal.first() + 3);
   int32_t sd, fd, total = -1;

@@ -139,9 +139,9 @@ TEST_F(DefaultCalendar, BasedOnProjectCalendarStoresTheResultInTheItem) {
 }
 
 TEST(PlacementAtCalendarEnds, ACalendarWithoutWorkingDaysFailsWithoutLooping) {
-  CalendarSpec spec = defaultCalendar(60);
-  for (auto& d : spec.week) d = emptyDay();
-  Calendar cal{spec};
+  CalendarSetup setup = defaultCalendar(60);
+  for (auto& d : setup.week) d = emptyDay();
+  Calendar cal{setup};
   activity_type* a = cal.item("T", 480, cal.first() + 10, cal.first() + 10);
   EXPECT_EQ(place(true, a, cal.sm(), cal.first() + 10, 0, cal.first() + 10).result, 0);
   EXPECT_EQ(place(false, a, cal.sm(), cal.first() + 10, 0, cal.first() + 10).result, 0);

@@ -83,8 +83,8 @@ int minutesOf(const Day& d) {
   return 5 * n;
 }
 
-CalendarSpec randomCalendar(std::mt19937& rng, int size) {
-  CalendarSpec s;
+CalendarSetup randomCalendar(std::mt19937& rng, int size) {
+  CalendarSetup s;
   s.first = dayNumber(2024, 1, 1);
   s.size = size;
   bool dense = false;
