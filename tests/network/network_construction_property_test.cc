@@ -1,0 +1,171 @@
+// Random acyclic networks with containers: the ordered network list holds
+// every item once, begins with the start node and ends with the finish
+// node, puts every item after its non-external predecessors and every
+// container after its children, and the circularity check finds nothing.
+//
+// Acyclic through the tree as well: every item gets a span of "time" (a
+// leaf one step of a depth-first walk, a container the span of its leaves),
+// and a dependency P -> X is drawn only when P's span ends before X's
+// begins. So no dependency joins an item to its own container, and no
+// container waits, through its predecessors, for its own children.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "model/activity.h"
+#include "model/serial_names.h"
+#include "network/network_construction.h"
+
+namespace {
+
+struct RandomNetwork {
+  linked_list_type* items = ll_new(activityMatch, getActivityName);
+  linked_list_type* ordered = ll_new(activityMatch, getActivityName);
+  std::vector<activity_type*> all;  // without the nodes
+  int dependencies = 0;
+
+  RandomNetwork(unsigned seed, int n, int perContainer, int maxPreds) {
+    std::mt19937 rng(seed);
+    // The tree, breadth first: containers get up to perContainer children.
+    std::vector<int> parent{-1};
+    std::vector<std::vector<int>> children(1);
+    for (size_t next = 0; static_cast<int>(parent.size()) < n; ++next) {
+      const int kids = 1 + static_cast<int>(rng() % perContainer);
+      for (int k = 0; k < kids && static_cast<int>(parent.size()) < n; ++k) {
+        children[next].push_back(static_cast<int>(parent.size()));
+        parent.push_back(static_cast<int>(next));
+        children.emplace_back();
+      }
+    }
+    // Spans from a depth-first walk.
+    std::vector<int> first(n), last(n), depth(n, 1);
+    int clock = 0;
+    std::vector<std::pair<int, size_t>> stack{{0, 0}};
+    while (!stack.empty()) {
+      auto& [x, k] = stack.back();
+      if (k == 0) first[x] = clock;
+      if (children[x].empty()) {
+        last[x] = clock++;
+        stack.pop_back();
+      } else if (k < children[x].size()) {
+        const int c = children[x][k++];
+        depth[c] = depth[x] + 1;
+        stack.push_back({c, 0});
+      } else {
+        last[x] = clock - 1;
+        stack.pop_back();
+      }
+    }
+    for (int i = 0; i < n; ++i) {
+      const int16_t type = i == 0 ? 1 : children[i].empty() ? 3 : 2;
+      activity_type* a =
+          activityCreateNew(("I" + std::to_string(i)).c_str(), type, nullptr, 0, 0, 480, 0, 0);
+      a->level_id = static_cast<int16_t>(depth[i]);
+      a->brunch = static_cast<int32_t>(rng() % 2);
+      all.push_back(a);
+    }
+    for (int i = 1; i < n; ++i) {
+      setActivityParent(all[i], all[parent[i]]->name, nullptr);
+      setActivityChild(all[parent[i]], all[i]->name, nullptr);
+    }
+    // Items sorted by the end of their span, to draw predecessors from.
+    std::vector<int> byLast(n);
+    for (int i = 0; i < n; ++i) byLast[i] = i;
+    std::sort(byLast.begin(), byLast.end(), [&](int a, int b) { return last[a] < last[b]; });
+    for (int x = 1; x < n; ++x) {
+      const int wanted = static_cast<int>(rng() % (maxPreds + 1));
+      // Candidates: the items whose span ends before x's begins.
+      const int limit = static_cast<int>(
+          std::lower_bound(byLast.begin(), byLast.end(), first[x],
+                           [&](int i, int f) { return last[i] < f; }) -
+          byLast.begin());
+      for (int k = 0; k < wanted && limit > 0; ++k) {
+        // Mostly near predecessors, sometimes far ones.
+        const int span = rng() % 4 == 0 ? limit : std::min(limit, 12);
+        const int p = byLast[limit - 1 - static_cast<int>(rng() % span)];
+        if (p == 0) continue;
+        const int16_t type = static_cast<int16_t>(rng() % 4);
+        if (activityCreatePred(all[x], all[p]->name, type, 0, 0, nullptr) == nullptr) continue;
+        activityCreateSucc(all[p], all[x]->name, type, 0, 0, nullptr);
+        ++dependencies;
+      }
+    }
+    // The item list in a shuffled order, as several loads would leave it.
+    std::vector<activity_type*> listed = all;
+    std::shuffle(listed.begin() + 1, listed.end(), rng);
+    for (activity_type* a : listed) ll_addtail(items, a);
+    doCreaStartFinishNodesForNtw(items, 1, "start", "finish");
+    std::vector<char*> names(static_cast<size_t>(ll_size(items)));
+    doCreateNameListForActivities(items, names.data(), 33);
+    EXPECT_EQ(doCreateChildrenInNetworkTree(items, names.data(), 1, 0, nullptr, 200171), 0);
+    doCreateDepPred(items, nullptr, names.data(), 1, nullptr);
+    doDeleteNameListForActivities(names.data(), static_cast<int32_t>(names.size()));
+  }
+  ~RandomNetwork() {
+    for (linktype* l = items->phead; l != nullptr; l = l->pnext) {
+      activityDelete(static_cast<activity_type*>(l->pcontents));
+    }
+    ll_delete(items);
+    ll_delete(ordered);
+  }
+  RandomNetwork(const RandomNetwork&) = delete;
+  RandomNetwork& operator=(const RandomNetwork&) = delete;
+};
+
+void expectValidOrder(RandomNetwork& net, unsigned seed) {
+  std::map<std::string, int> at;
+  std::vector<activity_type*> order;
+  for (linktype* l = net.ordered->phead; l != nullptr; l = l->pnext) {
+    auto* a = static_cast<activity_type*>(l->pcontents);
+    ASSERT_TRUE(at.emplace(a->name, static_cast<int>(order.size())).second)
+        << "seed " << seed << ": " << a->name << " twice";
+    order.push_back(a);
+  }
+  ASSERT_EQ(order.size(), net.all.size() + 2) << "seed " << seed;
+  EXPECT_EQ(std::string(order.front()->name), "start");
+  EXPECT_EQ(std::string(order.back()->name), "finish");
+  int violations = 0;
+  for (size_t k = 0; k < order.size(); ++k) {
+    activity_type* a = order[k];
+    EXPECT_EQ(a->serial_num, static_cast<int>(k));
+    if (k == 0 || k + 1 == order.size()) continue;
+    for (linktype* l = a->pred_list->phead; l != nullptr; l = l->pnext) {
+      auto* d = static_cast<dependency_type*>(l->pcontents);
+      if (d->isExternal == 0 && at.at(d->name) >= static_cast<int>(k)) ++violations;
+    }
+    for (linktype* l = a->child_list->phead; l != nullptr; l = l->pnext) {
+      const char* c = static_cast<string_type*>(l->pcontents)->str;
+      if (std::string(c) != "finish" && at.at(c) >= static_cast<int>(k)) ++violations;
+    }
+  }
+  EXPECT_EQ(violations, 0) << "seed " << seed;
+}
+
+TEST(NetworkOrderProperty, RandomAcyclicNetworksWithContainersAreOrdered) {
+  for (unsigned seed = 1; seed <= 60; ++seed) {
+    const int n = 20 + static_cast<int>(seed * 37 % 400);
+    RandomNetwork net(seed, n, 4, 3);
+    ASSERT_EQ(doBuildNetTrFromStartNode(net.items, net.ordered, 1, 1, 0, nullptr), 0)
+        << "seed " << seed;
+    expectValidOrder(net, seed);
+    EXPECT_EQ(checkForCirculDep(net.ordered, net.items, "start", "finish", nullptr), 0)
+        << "seed " << seed;
+  }
+}
+
+TEST(NetworkOrderProperty, WideAndDeepTreesAreOrdered) {
+  for (int perContainer : {1, 2, 12}) {
+    for (unsigned seed = 100; seed < 110; ++seed) {
+      RandomNetwork net(seed, 300, perContainer, 3);
+      ASSERT_EQ(doBuildNetTrFromStartNode(net.items, net.ordered, 1, 1, 0, nullptr), 0)
+          << "seed " << seed << " per container " << perContainer;
+      expectValidOrder(net, seed);
+    }
+  }
+}
+
+}  // namespace
