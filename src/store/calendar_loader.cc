@@ -387,6 +387,21 @@ int extendUpwards(project_type* p, int last, FILE* file) {
   return 0;
 }
 
+// Drops the records of day counts below `below` (days read by a failed
+// downward widening).
+void dropDaysBelow(linked_list_type* list, int32_t below) {
+  ll_head(list);
+  for (int32_t n = ll_size(list); n > 0; --n) {
+    day_effort_type* d = static_cast<day_effort_type*>(ll_retrieve(list));
+    if (d->dayOfYear < below) {
+      dayEffortDelete(d);
+      ll_remove(list);
+    } else {
+      ll_next(list);
+    }
+  }
+}
+
 void shiftDayCounts(linked_list_type* list, int32_t by) {
   for (linktype* l = list->phead; l != nullptr; l = l->pnext) {
     static_cast<day_effort_type*>(l->pcontents)->dayOfYear += by;
@@ -406,7 +421,21 @@ int extendDownwards(project_type* p, int first, FILE* file) {
   shiftDayCounts(p->regDays_list, shift);
   markCalendarResized(p);
   int rc = projectExtendCalendarExceptionDataToLowerDatesDB(p, newFirst, oldFirst, file);
-  if (rc == 0) p->original_first_day = p->first_day;
+  if (rc == 0) {
+    p->original_first_day = p->first_day;
+    return 0;
+  }
+  // The days could not be read: the calendar keeps its former range.
+  for (int wd = 1; wd <= 7; ++wd) {
+    linked_list_type* exc = getProjectExceptionsForDayOfWeek(p, wd);
+    dropDaysBelow(exc, shift);
+    shiftDayCounts(exc, -shift);
+  }
+  dropDaysBelow(p->regDays_list, shift);
+  shiftDayCounts(p->regDays_list, -shift);
+  p->first_day = oldFirst;
+  p->first_day_of_week = getProjectDayOfWeekForDayCount(p, shift);
+  p->size_of_calendar = oldLast - oldFirst + 1;
   return rc;
 }
 

@@ -295,6 +295,14 @@ TEST(CalendarLoader, MissingCalendarAndBaseExceptions) {
   EXPECT_NE(captured(log).find(" ****** error (1) in projectExtendCalendarExceptionDataToHigherDatesDB: "
                                "SC_STATE = "),
             std::string::npos);
+  // A failed downward widening leaves the calendar as it was.
+  int firstDay = p->first_day, dow = p->first_day_of_week, size = p->size_of_calendar;
+  int holidays = ll_size(getProjectExceptionsForMon(p));
+  EXPECT_LT(projectExtendCalendarData(p, firstDay - 1, getProjectLastDayOfCalendar(p), log), 0);
+  EXPECT_EQ(p->first_day, firstDay);
+  EXPECT_EQ(p->first_day_of_week, dow);
+  EXPECT_EQ(p->size_of_calendar, size);
+  EXPECT_EQ(ll_size(getProjectExceptionsForMon(p)), holidays);
   projectDelete(broken);
   projectDelete(p);
   std::fclose(log);
