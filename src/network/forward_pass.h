@@ -1,0 +1,144 @@
+// The forward pass: every item's early dates (start day and start offset,
+// finish day and finish offset) on its project's calendar, such that every
+// dependency, constraint, actual and calendar rule holds.
+//
+//   - static pass: doFinAlignActivitiesFrwdPass visits the ordered network
+//     list once in serial_num order, each item through
+//     doAlignmentActivityItemForwardPass;
+//   - dynamic realignment: doDynamAlignActWithPred realigns one item against
+//     its predecessors after levelling has moved something (same steps, with
+//     the differences of the dynamic form listed below);
+//   - dynamic forward re-pass: doRunFrwdDynamicRepasNetTree reads the run's
+//     items back from the database in priority order (forward_repass.cc).
+//
+// Ownership: the passes change items in place and allocate nothing that
+// outlives a call; the lists only refer to items. Predecessors are found by
+// name in act_tmp_list, children in activities_list (through ll_extract:
+// the list's index array is used when one was built, and no list's current
+// position moves, so a list may be walked and searched at once).
+//
+// Units: dates are day numbers; start offsets minutes after the start day's
+// working start, finish offsets minutes before the finish day's working end
+// (a later start has the larger start offset, a later finish the smaller
+// finish offset); durations calendar days; lags working minutes.
+//
+// Invariants after a visit: only the driving predecessor entry of the item
+// has isActive 1; onDepTypeFrwd is the driving dependency's type; with
+// optionCalculEsEfLsLf the four early fields equal the item's placement.
+// The first error ends a pass; dates written before it stay.
+//
+// Results: 0, or 200302 (no working finish day for a finish bound), 200198
+// (placing from a bounded finish failed), 200175 (placing from the start
+// failed), 200176 (placing from the finish failed), 200173 (placing from the
+// project's first day failed), 200216 (missing sequence identifier in the
+// re-pass), or the code of the resolution, roll-up or actual-work step that
+// failed. Each numbered error writes one line "error (n) !!! -- ForwardPass:"
+// (or "-- doDynamAlignActWithPred:") with the item, the predecessor and the
+// dates.
+//
+// Choices where the rules leave room:
+//   - The list walked by doFinAlignActivitiesFrwdPass is bracketed by the
+//     two network nodes: its head names the start node and its tail the
+//     finish node.
+//   - A candidate moved to a bounded finish (constraints 2, 3, 4) is placed
+//     from that day's working end (finish offset 0).
+//   - A predecessor raise (external predecessor to the current date, task to
+//     the first day) applies both rules in turn when both hold.
+//   - An ALAP leaf whose placement fails is reported as error (12) with
+//     200175 (from its start) or error (11) with 200176 (from its finish).
+//   - An ALAP leaf moved to its driving start in the last step (start-driven)
+//     is placed again from that start, so that its finish stays on its
+//     calendar.
+//   - The dynamic realignment leaves alone an item that is finished, locked
+//     (ignore_item_for_sched) or outside (isExternalPred) and result 0; it
+//     records no early fields except for an unmoved project item; it runs
+//     the container update with hasTobeChecked 1 and restrictUpDown 0.
+//   - An item without a project (the two nodes) is never placed.
+#ifndef LEVELER_NETWORK_FORWARD_PASS_H
+#define LEVELER_NETWORK_FORWARD_PASS_H
+
+#include <cstdint>
+#include <cstdio>
+
+#include "calendar/project.h"
+#include "model/activity.h"
+#include "model/linked_list.h"
+#include "network/rollup.h"
+
+inline constexpr int FWD_ERR_NO_WORKING_FINISH = 200302;
+inline constexpr int FWD_ERR_PLACE_BOUNDED_FINISH = 200198;
+inline constexpr int FWD_ERR_PLACE_FROM_START = 200175;
+inline constexpr int FWD_ERR_PLACE_FROM_FINISH = 200176;
+inline constexpr int FWD_ERR_PLACE_FROM_FIRST_DAY = 200173;
+inline constexpr int FWD_ERR_MISSING_SEQ_UID = 200216;
+
+int doFinAlignActivitiesFrwdPass(linked_list_type* root_act_list, linked_list_type* items_list,
+                                 linked_list_type* activities_list,
+                                 linked_list_type* act_tmp_list, storage_manager_type* smanager,
+                                 int hasTobeChecked, int restrict_UpDown,
+                                 int optionCalculEsEfLsLf, FILE* file);
+
+int doAlignmentActivityItemForwardPass(activity_type* this_succ_node,
+                                       linked_list_type* activities_list,
+                                       linked_list_type* act_tmp_list,
+                                       storage_manager_type* smanager, int hasTobeChecked,
+                                       int restrictUpDown, int optionCalculEsEfLsLf,
+                                       const char* START_NODE_NAME,
+                                       const char* FINISH_NODE_NAME, FILE* file);
+
+int doDynamAlignActWithPred(activity_type* this_succ_node, linked_list_type* act_tmp_list,
+                            storage_manager_type* smanager, const char* START_NODE_NAME,
+                            const char* FINISH_NODE_NAME, FILE* file);
+
+namespace pass_detail {
+
+// The driving candidate of a forward visit.
+struct Driving {
+  bool found = false;
+  Placement p;                 // candidate start, finish and offsets
+  int type = -1;               // its dependency type
+  bool resched = false;        // reschedule-from-start
+  bool predHasActualFinish = false;
+  bool fixedByUpperStart = false;  // set by the upper start bound or constraint 5
+};
+
+// The predecessor part of a forward visit: every predecessor entry resolved,
+// bounded by the item's constraints, and the latest candidate kept (with
+// isActive on its entry only). 0 or the first error's code.
+int forwardDrivingPredecessor(activity_type* act, linked_list_type* act_tmp_list,
+                              storage_manager_type* smanager, const Bounds& b, bool dynamic,
+                              const char* module, const char* START_NODE_NAME,
+                              const char* FINISH_NODE_NAME, FILE* file, Driving* drv,
+                              bool* hasAlapPred);
+
+// Re-places a task that has both an actual start and an assignment on its
+// assignments' work, from its finish. 0 or the failure's code.
+int replaceOnAssignmentWork(activity_type* act, storage_manager_type* smanager, FILE* file);
+
+// Writes the numbered forward error line.
+void logForwardError(FILE* file, int number, const char* module, const activity_type* act,
+                     const activity_type* other, const Placement& p);
+
+// Moves the candidate's finish to `finish` (its start by the same days),
+// snaps it onto a working finish and places the item from it: 0, 200302
+// (logged as errSnap) or 200198 (logged as errPlace).
+int placeFromBoundedFinish(activity_type* act, storage_manager_type* smanager, int32_t finish,
+                           Placement* p, int errSnap, int errPlace, const char* module,
+                           const activity_type* pred, FILE* file);
+
+// LS_act_date rule: with LS_act_date at least 1 and not before the
+// candidate's start, the candidate starts there at LS_act_time and keeps its
+// duration (finish offset 0). True when it applied.
+bool lsActRuleFor(const activity_type* act, Placement* p);
+
+// An ALAP leaf without real successors pushed as late as its branch allows:
+// the nearest ancestor marked brunch that has a real successor gives its
+// finish (when the item has a real predecessor, is driven by FF or FS and
+// finishes before it); otherwise the LS_act_date rule. True when the
+// LS_act_date rule applied.
+bool alapToBranchFinish(activity_type* act, linked_list_type* list, const char* START_NODE_NAME,
+                        const char* FINISH_NODE_NAME, bool hasReal);
+
+}  // namespace pass_detail
+
+#endif  // LEVELER_NETWORK_FORWARD_PASS_H
