@@ -167,8 +167,10 @@ int forwardDrivingPredecessor(activity_type* act, linked_list_type* act_tmp_list
             resched = false;
           }
         } else if (p.start < b.min_start) {
+          // Placed from its new start whatever the code: a finish moved by
+          // the same calendar days would land later across a weekend.
           raiseStart(&p, b.min_start, ctype == 6 ? act->offset_start_time : 0);
-          if (ctype == 6) resched = true;
+          resched = true;
         }
         if (p.start < b.min_sd) {
           raiseStart(&p, b.min_sd, 0);

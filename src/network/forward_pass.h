@@ -53,6 +53,11 @@
 //     (ignore_item_for_sched) or outside (isExternalPred) and result 0; it
 //     records no early fields except for an unmoved project item; it runs
 //     the container update with hasTobeChecked 1 and restrictUpDown 0.
+//   - A start raised to the lower start bound always sets
+//     reschedule-from-start (not only under constraint 6): the raise moves
+//     the finish by the same calendar days, and a finish-driven item placed
+//     back from that finish would start later than the bound whenever the
+//     raise crossed a weekend.
 //   - An item without a project (the two nodes) is never placed.
 #ifndef LEVELER_NETWORK_FORWARD_PASS_H
 #define LEVELER_NETWORK_FORWARD_PASS_H

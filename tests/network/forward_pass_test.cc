@@ -85,15 +85,18 @@ Net* newNet(int calendarDays) {
   project_type* p = n->proj;
   setProjectJulianDateOrigin(p, kOrigin);
   setWeek(p);
+  // The calendar begins a month before the project, so that a dependency
+  // may point before the project's first day without growing it.
+  const int32_t calendarFirst = dayNum(2023, 12, 1);
   const int32_t first = dayNum(2024, 1, 1);
-  setProjectFirstDay(p, first);
-  setProjectFirstDayOfWeek(p, 2);  // Monday
+  setProjectFirstDay(p, calendarFirst);
+  setProjectFirstDayOfWeek(p, 6);  // Friday
   setProjectSizeOfCalendar(p, calendarDays);
   setProjectMinutesPerDay(p, 480);
   setProjectCreateDate(p, first);
   setProjectCurrentDate(p, first);
   setProjectStartDate(p, first);
-  setProjectFinishDate(p, first + calendarDays - 1);
+  setProjectFinishDate(p, calendarFirst + calendarDays - 1);
   n->items = newItemList();
   n->ordered = newItemList();
   n->roots = newItemList();
@@ -122,7 +125,7 @@ void deleteNet(Net* n) {
 }
 
 activity_type* task(Net* n, const char* name, int days, const char* parent) {
-  const int32_t first = n->proj->first_day;
+  const int32_t first = n->proj->create_date;
   activity_type* a = activityCreateNew(name, 3, n->proj, first, first + days - 1, days * 480, 0, 0);
   activityScheduleFromStartDateBasedOnProjectCalendar(a, n->sm, n->log);
   setActivityOriginalDuration(a, a->duration);
@@ -132,7 +135,7 @@ activity_type* task(Net* n, const char* name, int days, const char* parent) {
 }
 
 activity_type* container(Net* n, const char* name, const char* parent) {
-  const int32_t first = n->proj->first_day;
+  const int32_t first = n->proj->create_date;
   activity_type* a = activityCreateNew(name, 2, n->proj, first, first, 5, 0, 0);
   setActivityBrunchInd(a, n->nextBranch++);
   n->order.push_back(a);
@@ -162,7 +165,7 @@ activity_type* copy(Net* n, const char* name) {
 }
 
 void seal(Net* n) {
-  const int32_t first = n->proj->first_day;
+  const int32_t first = n->proj->create_date;
   n->startNode = activityCreateNew("start", 0, nullptr, first - 1, first - 1, 0, 0, 0);
   n->finishNode = activityCreateNew("finish", 0, nullptr, first - 1, first - 1, 0, 0, 0);
   std::vector<activity_type*> all;

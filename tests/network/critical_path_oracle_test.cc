@@ -1,0 +1,277 @@
+// An independent critical-path oracle: on random acyclic networks of tasks
+// with whole-day efforts and whole-day lags of the four dependency types,
+// on the default calendar, a textbook forward and backward pass computed
+// here in working days (then mapped to dates) must give the engine's early
+// and late dates and its total slack.
+//
+// Textbook, in working days counted from the project's first day (day 0),
+// with an exclusive finish (a task of d days starting on day s finishes at
+// the end of day s + d - 1, "finish point" s + d):
+//   ES = max(0, over predecessors: FS EF+L, SS ES+L, FF EF+L-d, SF ES+L-d)
+//   LF = min(T, over successors:   FS LS-L, SS LS-L+d, FF LF-L, SF LF-L+d)
+// with T the latest EF, EF = ES + d, LS = LF - d, slack = (LF - EF) x 480.
+// A start point s is day s at 08:00, a finish point f day f - 1 at 17:00.
+//
+// Networks where the engine must differ from the textbook (an ALAP item, a
+// date constraint) are tested on their own, the reason in the test's name.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "calendar/dates.h"
+#include "calendar/project.h"
+#include "model/activity.h"
+
+// The network builder of the pass tests (forward_pass_test.cc).
+namespace passtest {
+struct Net;
+Net* newNet(int calendarDays);
+void deleteNet(Net* n);
+int32_t dayNum(int y, int m, int d);
+activity_type* task(Net* n, const char* name, int days, const char* parent);
+void dep(Net* n, const char* pred, const char* succ, int type, int lagMinutes);
+void seal(Net* n);
+int runForward(Net* n);
+int runBackward(Net* n, bool dynamicRepass);
+activity_type* item(Net* n, const char* name);
+std::string logText(Net* n);
+}  // namespace passtest
+
+namespace {
+
+using namespace passtest;
+
+struct Edge {
+  int pred;
+  int type;  // 0 FF, 1 FS, 2 SF, 3 SS
+  int lag;   // whole days
+};
+
+struct Textbook {
+  std::vector<int> es, ef, ls, lf;
+};
+
+Textbook solve(const std::vector<int>& days, const std::vector<std::vector<Edge>>& preds) {
+  const int n = static_cast<int>(days.size());
+  Textbook t{std::vector<int>(n), std::vector<int>(n), std::vector<int>(n), std::vector<int>(n)};
+  for (int j = 0; j < n; ++j) {
+    int es = 0;
+    for (const Edge& e : preds[j]) {
+      const int i = e.pred;
+      int v = 0;
+      switch (e.type) {
+        case 1: v = t.ef[i] + e.lag; break;
+        case 3: v = t.es[i] + e.lag; break;
+        case 0: v = t.ef[i] + e.lag - days[j]; break;
+        default: v = t.es[i] + e.lag - days[j]; break;
+      }
+      es = std::max(es, v);
+    }
+    t.es[j] = es;
+    t.ef[j] = es + days[j];
+  }
+  const int T = *std::max_element(t.ef.begin(), t.ef.end());
+  for (int j = 0; j < n; ++j) t.lf[j] = T;
+  for (int k = n - 1; k >= 0; --k) {
+    t.ls[k] = t.lf[k] - days[k];
+    for (const Edge& e : preds[k]) {
+      const int i = e.pred;
+      int v = 0;
+      switch (e.type) {
+        case 1: v = t.ls[k] - e.lag; break;
+        case 3: v = t.ls[k] - e.lag + days[i]; break;
+        case 0: v = t.lf[k] - e.lag; break;
+        default: v = t.lf[k] - e.lag + days[i]; break;
+      }
+      t.lf[i] = std::min(t.lf[i], v);
+    }
+  }
+  return t;
+}
+
+// Working day w (from Monday 2024-01-01) as a date text at a clock time.
+std::string workDay(int w, const char* clock) {
+  const int32_t day = dayNum(2024, 1, 1) + (w / 5) * 7 + w % 5;
+  int y = 0, m = 0, d = 0;
+  julianToDate(day + dayOfYearToJulian(1950, 1, 1), &y, &m, &d);
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %s", y, m, d, clock);
+  return buf;
+}
+std::string startPoint(int s) { return workDay(s, "08:00"); }
+std::string finishPoint(int f) { return workDay(f - 1, "17:00"); }
+
+std::string text(const activity_type* a, int32_t day, int offset, bool start) {
+  const int clock = start ? getProjectStartTimeMinutesForGivenJulianDate(a, day) + offset
+                          : getProjectFinishTimeMinutesForGivenJulianDate(a, day) - offset;
+  int y = 0, m = 0, d = 0;
+  julianToDate(day + dayOfYearToJulian(1950, 1, 1), &y, &m, &d);
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d", y, m, d, clock / 60, clock % 60);
+  return buf;
+}
+
+struct RandomNetwork {
+  std::vector<int> days;
+  std::vector<std::vector<Edge>> preds;
+};
+
+RandomNetwork randomNetwork(int n, unsigned seed, bool leads) {
+  std::mt19937 rng(seed);
+  RandomNetwork r;
+  r.days.resize(n);
+  r.preds.resize(n);
+  for (int j = 0; j < n; ++j) {
+    r.days[j] = 1 + static_cast<int>(rng() % 5);
+    if (j == 0) continue;
+    const int count = static_cast<int>(rng() % 4);  // 0 to 3 predecessors
+    for (int c = 0; c < count; ++c) {
+      // Mostly recent predecessors, so that chains grow long.
+      const int window = std::min(j, 12);
+      const int i = j - 1 - static_cast<int>(rng() % window);
+      bool dup = false;
+      for (const Edge& e : r.preds[j]) dup = dup || e.pred == i;
+      if (dup) continue;
+      const int type = static_cast<int>(rng() % 4);
+      int lag = static_cast<int>(rng() % 3);  // 0, 1 or 2 days
+      if (leads && rng() % 5 == 0) lag = -1;
+      r.preds[j].push_back({i, type, lag});
+    }
+  }
+  return r;
+}
+
+std::string name(int j) { return "T" + std::to_string(j); }
+
+// "T3 FS+1" for each predecessor of task j.
+std::string describe(const RandomNetwork& r, int j) {
+  static const char* kTypes[4] = {"FF", "FS", "SF", "SS"};
+  std::string out;
+  for (const Edge& e : r.preds[j]) {
+    out += " " + name(e.pred) + " " + kTypes[e.type] + (e.lag >= 0 ? "+" : "") +
+           std::to_string(e.lag);
+  }
+  return out;
+}
+
+// Builds the network, runs the engine and compares every task with the
+// textbook. The calendar is sized to hold the whole chain.
+void checkAgainstTextbook(const RandomNetwork& r, bool dynamicRepass) {
+  const Textbook t = solve(r.days, r.preds);
+  const int T = *std::max_element(t.ef.begin(), t.ef.end());
+  Net* net = newNet(120 + T * 7 / 5 + 60);
+  const int n = static_cast<int>(r.days.size());
+  for (int j = 0; j < n; ++j) task(net, name(j).c_str(), r.days[j], nullptr);
+  for (int j = 0; j < n; ++j) {
+    for (const Edge& e : r.preds[j]) {
+      dep(net, name(e.pred).c_str(), name(j).c_str(), e.type, e.lag * 480);
+    }
+  }
+  seal(net);
+  ASSERT_EQ(runForward(net), 0) << logText(net);
+  ASSERT_EQ(runBackward(net, dynamicRepass), 0) << logText(net);
+  int mismatches = 0;
+  for (int j = 0; j < n && mismatches < 5; ++j) {
+    const activity_type* a = item(net, name(j).c_str());
+    const std::string es = text(a, a->early_start_date, a->es_offset_start_time, true);
+    const std::string ef = text(a, a->early_finish_date, a->ef_offset_finish_time, false);
+    const std::string ls = text(a, a->late_start_date, a->ls_offset_start_time, true);
+    const std::string lf = text(a, a->late_finish_date, a->lf_offset_finish_time, false);
+    const int slack = (t.lf[j] - t.ef[j]) * 480;
+    if (es != startPoint(t.es[j]) || ef != finishPoint(t.ef[j]) || ls != startPoint(t.ls[j]) ||
+        lf != finishPoint(t.lf[j]) || a->slack != slack) {
+      ++mismatches;
+      ADD_FAILURE() << name(j) << " (" << r.days[j] << " days): engine ES " << es << " EF " << ef
+                    << " LS " << ls << " LF " << lf << " slack " << a->slack << "; textbook ES "
+                    << startPoint(t.es[j]) << " EF " << finishPoint(t.ef[j]) << " LS "
+                    << startPoint(t.ls[j]) << " LF " << finishPoint(t.lf[j]) << " slack "
+                    << slack << "; predecessors:" << describe(r, j);
+    }
+  }
+  deleteNet(net);
+}
+
+class CriticalPathOracle : public ::testing::TestWithParam<int> {};
+
+TEST_P(CriticalPathOracle, EngineMatchesTheTextbookOnRandomNetworks) {
+  const int n = GetParam();
+  for (unsigned seed = 1; seed <= (n >= 200 ? 4u : 12u); ++seed) {
+    SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
+    checkAgainstTextbook(randomNetwork(n, seed * 7919u + n, false), false);
+  }
+}
+
+TEST_P(CriticalPathOracle, LeadsOfOneDayToo) {
+  const int n = GetParam();
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
+    checkAgainstTextbook(randomNetwork(n, seed * 104729u + n, true), false);
+  }
+}
+
+TEST_P(CriticalPathOracle, TheDynamicBackwardRepassChangesNothingAfterTheStaticPass) {
+  const int n = GetParam();
+  SCOPED_TRACE("tasks " + std::to_string(n));
+  checkAgainstTextbook(randomNetwork(n, 31337u + n, false), true);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, CriticalPathOracle, ::testing::Values(2, 10, 60, 200, 500));
+
+TEST(CriticalPathOracleByHand, SlackIsZeroOnTheLongestChainAnd960TwoDaysOff) {
+  // A(3) -> C(2); B(1) -> C: B may finish two working days later.
+  RandomNetwork r;
+  r.days = {3, 1, 2};
+  r.preds = {{}, {}, {{0, 1, 0}, {1, 1, 0}}};
+  const Textbook t = solve(r.days, r.preds);
+  EXPECT_EQ(t.lf[1] - t.ef[1], 2);
+  checkAgainstTextbook(r, false);
+}
+
+// ----- where the engine must differ ---------------------------------------------
+
+TEST(CriticalPathOracleDiffers, AnAlapItemStartsAsLateAsItsSuccessorAllowsNotAtItsTextbookEarlyStart) {
+  Net* net = newNet(200);
+  task(net, "A", 4, nullptr);
+  activity_type* b = task(net, "B", 1, nullptr);
+  setActivityConstraintType(b, 1);
+  task(net, "C", 1, nullptr);
+  dep(net, "A", "C", 1, 0);
+  dep(net, "B", "C", 1, 0);
+  seal(net);
+  ASSERT_EQ(runForward(net), 0) << logText(net);
+  ASSERT_EQ(runBackward(net, false), 0) << logText(net);
+  // Textbook: B early on Monday with 3 days of slack; the engine puts it on
+  // Thursday, right before C, and so leaves it no slack.
+  EXPECT_EQ(text(b, b->early_start_date, b->es_offset_start_time, true), "2024-01-04 08:00");
+  EXPECT_EQ(b->slack, 0);
+  deleteNet(net);
+}
+
+TEST(CriticalPathOracleDiffers, AStartNoEarlierConstraintDelaysTheItemPastItsTextbookEarlyStart) {
+  Net* net = newNet(200);
+  task(net, "A", 2, nullptr);
+  activity_type* b = task(net, "B", 1, nullptr);
+  setActivityConstraintType(b, 6);
+  setActivityConstraintDate(b, dayNum(2024, 1, 10));
+  task(net, "C", 1, nullptr);
+  dep(net, "A", "B", 1, 0);
+  dep(net, "B", "C", 1, 0);
+  seal(net);
+  ASSERT_EQ(runForward(net), 0) << logText(net);
+  ASSERT_EQ(runBackward(net, false), 0) << logText(net);
+  // Textbook: B on Wednesday 01-03, C on Thursday; the constraint holds B
+  // until Wednesday 01-10, and C follows it.
+  EXPECT_EQ(text(b, b->early_start_date, b->es_offset_start_time, true), "2024-01-10 08:00");
+  const activity_type* c = item(net, "C");
+  EXPECT_EQ(text(c, c->early_start_date, c->es_offset_start_time, true), "2024-01-11 08:00");
+  // A may now finish five working days later than the textbook says.
+  EXPECT_EQ(item(net, "A")->slack, 5 * 480);
+  deleteNet(net);
+}
+
+}  // namespace
