@@ -7,7 +7,8 @@
 //
 // Every member walks the container's child list (ordered by serial_num by the
 // network construction, so a child comes after its siblings that precede
-// it) and skips the finish node, finished children and children flagged
+// it): the forward members from its head, the backward ones from its tail.
+// They skip the finish node, finished children and children flagged
 // ignore_child_for_sched.
 #include <cstring>
 
@@ -323,7 +324,9 @@ int backwardAdjust(activity_type* c, activity_type* cont, const Ctx& x, bool isE
 int backwardMember(const Ctx& x, activity_type* cont, bool bypass, int* ok_status) {
   const char* what = bypass ? "Backward Bypass Update from Finish" : "Backward Update from Finish";
   const bool contHasSucc = activityHasNonTrivialSucc(cont, x.FINISH) != 0;
-  for (linktype* l = cont->child_list->phead; l != nullptr; l = l->pnext) {
+  // From the last child: a child's successors among its siblings come later
+  // in the list and must be placed before it.
+  for (linktype* l = cont->child_list->ptail; l != nullptr; l = l->pprevious) {
     const char* name = static_cast<string_type*>(l->pcontents)->str;
     if (x.FINISH != nullptr && std::strcmp(name, x.FINISH) == 0) continue;
     activity_type* c = findItem(x.activities_list, name);

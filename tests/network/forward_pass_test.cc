@@ -100,7 +100,7 @@ Net* newNet(int calendarDays) {
   n->items = newItemList();
   n->ordered = newItemList();
   n->roots = newItemList();
-  n->root = activityCreateNew("PRJ", 1, p, first, first, 5, 0, 0);
+  n->root = activityCreateNew("PRJ", 1, p, first, first, 100 * 480, 0, 0);
   return n;
 }
 
@@ -136,7 +136,8 @@ activity_type* task(Net* n, const char* name, int days, const char* parent) {
 
 activity_type* container(Net* n, const char* name, const char* parent) {
   const int32_t first = n->proj->create_date;
-  activity_type* a = activityCreateNew(name, 2, n->proj, first, first, 5, 0, 0);
+  // A summary item carries the effort of its children (here: some days).
+  activity_type* a = activityCreateNew(name, 2, n->proj, first, first, 10 * 480, 0, 0);
   setActivityBrunchInd(a, n->nextBranch++);
   n->order.push_back(a);
   n->parentOf[name] = parent != nullptr ? parent : "PRJ";
@@ -275,6 +276,16 @@ int runBackward(Net* n, bool dynamicRepass) {
   return doUpdateActivitiesSlackValuesNetworkTree(n->back, n->copies, n->ordered, n->sm, 0,
                                                   "start", "finish", n->log);
 }
+
+linked_list_type* items(Net* n) { return n->items; }
+linked_list_type* ordered(Net* n) { return n->ordered; }
+linked_list_type* roots(Net* n) { return n->roots; }
+linked_list_type* copies(Net* n) { return n->copies; }
+linked_list_type* backOrder(Net* n) { return n->back; }
+linked_list_type* levelOrder(Net* n) { return n->level; }
+project_type* project(Net* n) { return n->proj; }
+storage_manager_type* sm(Net* n) { return n->sm; }
+FILE* logOf(Net* n) { return n->log; }
 
 std::string logText(Net* n) {
   std::string out;
