@@ -12,12 +12,19 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+
+#include "calendar/dates.h"
 
 #include "network/actual_work.h"
 #include "network/backward_pass.h"
+#include "run/assignment_dates.h"
+#include "run/notification.h"
 #include "schedule/dependency_resolution.h"
 #include "schedule/item_times.h"
 #include "schedule/placement.h"
+#include "store/sequence_ids.h"
+#include "store/store.h"
 
 namespace pass_detail {
 
@@ -690,6 +697,219 @@ int doFinAlignActivitiesFrwdPass(linked_list_type* root_act_list, linked_list_ty
     if (file != nullptr) {
       std::fprintf(file,
                    "\n****** error in doFinAlignActivitiesFrwdPass: throw exception to upper "
+                   "level\n");
+    }
+    throw;
+  }
+}
+
+// ----- the dynamic forward re-pass ---------------------------------------------
+
+namespace {
+
+// The run's items joined with their open assignments, in priority order:
+// task assignments before project assignments, then by level index and
+// delay. An assignment that is finished and has no remaining work is left
+// out; an item without assignments appears once with empty columns.
+constexpr const char* kSelectItemsWithAssignments =
+    "select w.ELEMENT_ID ,a.TSK_ASSIGNMENT_ID ,a.RESOURCE_ID ,a.ACTUAL_FINISH "
+    " from Lev_kor_wbs w join NAV_TMP_PROJECTS_00 temp on w.PROJECT_ID=temp.ELEMENT_ID "
+    " left join TASK_ASSIGNMENTS a on (a.PROJECT_ID=w.PROJECT_ID and a.TASK_ID=w.ELEMENT_ID) "
+    " where (a.ACTUAL_FINISH is null or (a.ACTUAL_FINISH is not null and a.ETC<>0)) "
+    " order by CASE WHEN a.TSK_ASSIGNMENT_ID is null THEN 0 WHEN a.PROJECT_ID is null THEN 0 "
+    " WHEN a.PROJECT_ID=a.TASK_ID THEN 1 ELSE 0 END asc ,w.LEVEL_INDEX asc ,"
+    " coalesce (a.ASSIGNMENT_DELAY,0) asc";
+
+constexpr const char* kSelectItems =
+    "select w.ELEMENT_ID "
+    " from Lev_kor_wbs w join NAV_TMP_PROJECTS_00 temp on w.PROJECT_ID=temp.ELEMENT_ID "
+    " order by w.LEVEL_INDEX asc";
+
+constexpr int kAssignmentErrorBase = 200213;
+constexpr int kMessageCapacity = 16384;  // characters of the user message
+constexpr int kMessageRoomForDataError = 4000;
+
+// The item of an element id: by its name, or through its sequence id (type
+// 1 first, as the loader names project rows, then type 2). 0 with the item
+// (null when the element has no item), or 200216.
+int itemOfElement(linked_list_type* list, const char* element_id, int optionUids,
+                  storage_manager_type* sm, FILE* file, activity_type** out) {
+  *out = nullptr;
+  if (!optionUids) {
+    *out = findItem(list, element_id);
+    return 0;
+  }
+  char uid[SEQ_UID_SIZE] = {};
+  for (int type : {1, 2}) {
+    int found = 0;
+    if (doFindCreateActSeqUid(element_id, type, uid, sm, 0, &found, file) == 0 && found) {
+      *out = findItem(list, uid);
+      return 0;
+    }
+  }
+  if (file != nullptr) {
+    std::fprintf(file,
+                 "\n****** error in doRunFrwdDynamicRepasNetTree: no sequence id for element %s\n",
+                 element_id);
+  }
+  return FWD_ERR_MISSING_SEQ_UID;
+}
+
+// The D-6 finding: logged, and put in front of the user's message and
+// notified when the message has room.
+void reportFinishedTaskWithOpenAssignment(const activity_type* act, const char* element_id,
+                                          const char* assignment_id, char* p_workflow_id,
+                                          char* p_message, const char* p_subject,
+                                          const char* p_element_id_p, const char* p_rec_user,
+                                          int p_root_table_type, int line, FILE* file) {
+  const std::string block =
+      std::string("**** error(D-6)/data corruption in Lev_mainGate (doRunFrwdDynamicRepasNetTree) "
+                  "\nerror type: (critical) task has 'actual finish' in 'KOR_WBS' but not in "
+                  "'TASK_ASSIGNMENTS' table \naction: ignore assignment \n");
+  char ids[256];
+  std::snprintf(ids, sizeof ids,
+                "LineNum = %d \nh_tsk_element_id = %s (0) \nh_tsk_assignment_id = %s (0) \n",
+                line, element_id, assignment_id);
+  if (file != nullptr) std::fprintf(file, "\n%s%s item %s\n", block.c_str(), ids, act->name);
+  if (p_message == nullptr) return;
+  const size_t used = std::strlen(p_message);
+  if (kMessageCapacity - static_cast<int>(used) <= kMessageRoomForDataError) return;
+  std::string message = block + "Please submit to supporting team \n\n" + ids + "\n" + p_message;
+  if (message.size() > static_cast<size_t>(kMessageCapacity)) message.resize(kMessageCapacity);
+  std::memcpy(p_message, message.c_str(), message.size() + 1);
+  const std::string subject = std::string("[Started] ") + (p_subject != nullptr ? p_subject : "");
+  FC_SEND_NOTIFY(p_workflow_id, subject.c_str(), p_message, p_element_id_p, p_rec_user,
+                 p_root_table_type);
+}
+
+// The envelope of the placed assignments of the task being read.
+struct Envelope {
+  bool set = false;
+  int32_t start = 0;
+  int32_t finish = 0;
+  int st = 0;
+  int ft = 0;
+};
+
+// The previous task's dates from its assignments, then its realignment.
+int finishTask(activity_type* act, const Envelope& env, linked_list_type* list,
+               storage_manager_type* sm, const char* START_NODE_NAME,
+               const char* FINISH_NODE_NAME, FILE* file) {
+  if (act == nullptr) return 0;
+  if (env.set) {
+    int rc = doSetDTParamsTaskDrivAss(act, sm, env.start, env.finish, env.st, env.ft, 0, file);
+    if (rc != 0) return rc;
+  }
+  return doDynamAlignActWithPred(act, list, sm, START_NODE_NAME, FINISH_NODE_NAME, file);
+}
+
+void logSqlFailure(FILE* file, db::Store& store, int32_t rc, int line) {
+  if (file == nullptr) return;
+  std::fprintf(file,
+               "\n****** error (1) in doRunFrwdDynamicRepasNetTree: SC_STATE = %d (%s) LineNum = "
+               "%d\n",
+               rc, store.status().message, line);
+  store.status().clearMessage();
+}
+
+}  // namespace
+
+int doRunFrwdDynamicRepasNetTree(linked_list_type* act_tmp_list, storage_manager_type* sm,
+                                 int optionConsiderUidsLengthSupr, int assignmentsFlag,
+                                 const char* START_NODE_NAME, const char* FINISH_NODE_NAME,
+                                 char* p_workflow_id, char* p_message, const char* p_subject,
+                                 const char* p_element_id_p, const char* p_rec_user,
+                                 int p_root_table_type, int PRINT_OPTION_MORETHAN_BASIC,
+                                 FILE* file) {
+  try {
+    db::Store* store = db::currentStore();
+    if (store == nullptr) {
+      if (file != nullptr) {
+        std::fprintf(file,
+                     "\n****** error (1) in doRunFrwdDynamicRepasNetTree: SC_STATE = %d (no "
+                     "connection) LineNum = %d\n",
+                     db::kSqlNoConnection, __LINE__);
+      }
+      return db::kSqlNoConnection;
+    }
+    const bool withAssignments = assignmentsFlag >= 1;
+    db::IdText elementId, assignmentId, resourceId;
+    db::StampText actualFinish;
+    int16_t elementInd = 0, assignmentInd = 0, resourceInd = 0, actualFinishInd = 0;
+    db::Cursor rows(*store);
+    int32_t rc = rows.open(withAssignments ? kSelectItemsWithAssignments : kSelectItems);
+    if (rc < 0) {
+      logSqlFailure(file, *store, rc, __LINE__);
+      return rc;
+    }
+    activity_type* current = nullptr;
+    std::string currentElement;
+    Envelope env;
+    int line = 0;
+    while (true) {
+      ++line;
+      rc = withAssignments
+               ? rows.fetch({db::HostVar(elementId, &elementInd),
+                             db::HostVar(assignmentId, &assignmentInd),
+                             db::HostVar(resourceId, &resourceInd),
+                             db::HostVar(actualFinish, &actualFinishInd)})
+               : rows.fetch({db::HostVar(elementId, &elementInd)});
+      if (rc == db::kSqlNoData) break;
+      if (rc < 0) {
+        logSqlFailure(file, *store, rc, __LINE__);
+        return rc;
+      }
+      if (elementInd < 0) continue;
+      if (currentElement != elementId.c_str()) {
+        // A new element: the previous task takes its assignments' dates and
+        // is realigned with its predecessors.
+        int frc = finishTask(current, env, act_tmp_list, sm, START_NODE_NAME, FINISH_NODE_NAME,
+                             file);
+        if (frc != 0) return frc;
+        currentElement = elementId.c_str();
+        env = Envelope{};
+        frc = itemOfElement(act_tmp_list, elementId.c_str(), optionConsiderUidsLengthSupr, sm, file,
+                            &current);
+        if (frc != 0) return frc;
+        if (PRINT_OPTION_MORETHAN_BASIC && file != nullptr) {
+          std::fprintf(file, "\n Dynamic forward re-pass: %s%s\n", elementId.c_str(),
+                       current == nullptr ? " (no item)" : "");
+        }
+      }
+      if (current == nullptr || !withAssignments || assignmentInd < 0 || resourceInd < 0) continue;
+      if (current->hasActualFinish) {
+        if (actualFinishInd < 0) {
+          reportFinishedTaskWithOpenAssignment(current, elementId.c_str(), assignmentId.c_str(),
+                                               p_workflow_id, p_message, p_subject, p_element_id_p,
+                                               p_rec_user, p_root_table_type, line, file);
+        }
+        continue;
+      }
+      char start[TIME_STAMP_TEXT_SIZE] = {};
+      char finish[TIME_STAMP_TEXT_SIZE] = {};
+      int arc = doExtractActAssStartFinishDT(current, resourceId.c_str(), sm,
+                                             optionConsiderUidsLengthSupr, start, finish,
+                                             kAssignmentErrorBase, file);
+      if (arc != 0) {
+        if (file != nullptr) {
+          std::fprintf(file,
+                       "\n E R R O R  exiting from doExtractActAssStartFinishDT !!! (%d) %s %s: "
+                       "assignment is not in the list and will be ignored\n",
+                       arc, elementId.c_str(), resourceId.c_str());
+        }
+        continue;
+      }
+      arc = doRollupAssDTWithinTask(current, sm, env.set ? 1 : 0, start, finish, &env.start,
+                                    &env.finish, &env.st, &env.ft, 0, file);
+      if (arc != 0) return arc;
+      env.set = true;
+    }
+    rows.close();
+    return finishTask(current, env, act_tmp_list, sm, START_NODE_NAME, FINISH_NODE_NAME, file);
+  } catch (...) {
+    if (file != nullptr) {
+      std::fprintf(file,
+                   "\n****** error in doRunFrwdDynamicRepasNetTree: throw exception to upper "
                    "level\n");
     }
     throw;

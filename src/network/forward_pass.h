@@ -59,6 +59,14 @@
 //     back from that finish would start later than the bound whenever the
 //     raise crossed a weekend.
 //   - An item without a project (the two nodes) is never placed.
+//   - Re-pass: an element id without an item in the list is passed over (an
+//     outside or unloaded row); an assignment whose dates cannot be taken
+//     (doExtractActAssStartFinishDT) is logged and ignored, as the main loop
+//     does; a finished task's open assignment is the D-6 finding, notified
+//     with the subject "[Started] " + p_subject (the run goes on). The
+//     re-pass uses the assignment date functions and the notification of
+//     the run layer (a dependency against the layers' direction, since the
+//     re-pass is told in terms of them).
 #ifndef LEVELER_NETWORK_FORWARD_PASS_H
 #define LEVELER_NETWORK_FORWARD_PASS_H
 
@@ -94,6 +102,21 @@ int doAlignmentActivityItemForwardPass(activity_type* this_succ_node,
 int doDynamAlignActWithPred(activity_type* this_succ_node, linked_list_type* act_tmp_list,
                             storage_manager_type* smanager, const char* START_NODE_NAME,
                             const char* FINISH_NODE_NAME, FILE* file);
+
+// The dynamic forward re-pass: the run's items read back from the work
+// table Lev_kor_wbs (projects of NAV_TMP_PROJECTS_00) in priority order,
+// with their open assignments when assignmentsFlag is 1 or more; each task
+// takes the envelope of its assignments' dates (doSetDTParamsTaskDrivAss)
+// and is realigned with its predecessors. p_message is the run's user
+// message buffer (16385 bytes). 0, a negative SQL status, 200216, or the
+// first code of a step that failed.
+int doRunFrwdDynamicRepasNetTree(linked_list_type* act_tmp_list, storage_manager_type* sm,
+                                 int optionConsiderUidsLengthSupr, int assignmentsFlag,
+                                 const char* START_NODE_NAME, const char* FINISH_NODE_NAME,
+                                 char* p_workflow_id, char* p_message, const char* p_subject,
+                                 const char* p_element_id_p, const char* p_rec_user,
+                                 int p_root_table_type, int PRINT_OPTION_MORETHAN_BASIC,
+                                 FILE* file);
 
 namespace pass_detail {
 

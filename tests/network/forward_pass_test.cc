@@ -668,3 +668,121 @@ TEST(DynamicRealignment, AFinishedItemIsLeftAlone) {
 }
 
 }  // namespace
+
+// ----- the dynamic forward re-pass (reads the work table) -------------------------
+
+#include "support/test_db.h"
+
+namespace {
+
+using namespace passtest;
+
+// The work-table rows of the network's items, in the given level order.
+void workRows(testing::TestDb& db, std::initializer_list<const char*> ids) {
+  db.row("NAV_TMP_PROJECTS_00", {{"ELEMENT_ID", "PRJ"}, {"PRIORITY", "500"}});
+  int index = 0;
+  for (const char* id : ids) {
+    db.row("Lev_kor_wbs", {{"PROJECT_ID", "PRJ"},
+                           {"ELEMENT_ID", id},
+                           {"LEVEL_INDEX", std::to_string(index++)}});
+  }
+}
+
+struct Message {
+  char workflow[33] = {};
+  char text[16385] = {};
+};
+
+int repass(Net* n, Message& m, int optionUids, int assignments) {
+  return doRunFrwdDynamicRepasNetTree(n->items, n->sm, optionUids, assignments, "start", "finish",
+                                      m.workflow, m.text, "Levelling PRJ", "PRJ", "user1", 1, 1,
+                                      n->log);
+}
+
+TEST(DynamicRepass, RealignsEveryItemInPriorityOrder) {
+  testing::TestDb db;
+  workRows(db, {"A", "B", "C"});
+  NetGuard g;
+  activity_type* a = task(g.n, "A", 2, nullptr);
+  task(g.n, "B", 1, nullptr);
+  task(g.n, "C", 1, nullptr);
+  dep(g.n, "A", "B", 1, 0);
+  dep(g.n, "B", "C", 1, 0);
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  // Stale dates: each item is realigned after its predecessor.
+  for (const char* id : {"A", "B", "C"}) {
+    activity_type* x = item(g.n, id);
+    x->finish_date += dayNum(2024, 2, 5) - x->start_date;
+    x->start_date = dayNum(2024, 2, 5);
+  }
+  Message m;
+  ASSERT_EQ(repass(g.n, m, 0, 0), 0) << logText(g.n);
+  EXPECT_EQ(startOf(a), "2024-01-01 08:00");
+  EXPECT_EQ(startOf(item(g.n, "B")), "2024-01-03 08:00");
+  EXPECT_EQ(startOf(item(g.n, "C")), "2024-01-04 08:00");
+  EXPECT_NE(logText(g.n).find("Dynamic forward re-pass: C"), std::string::npos);
+}
+
+TEST(DynamicRepass, AFinishedTaskWithAnOpenAssignmentIsReportedAndTheAssignmentIgnored) {
+  testing::TestDb db;
+  workRows(db, {"A", "B"});
+  db.row("TASK_ASSIGNMENTS", {{"TSK_ASSIGNMENT_ID", "AS1"},
+                              {"PROJECT_ID", "PRJ"},
+                              {"TASK_ID", "A"},
+                              {"RESOURCE_ID", "R1"},
+                              {"ETC", "120"}});
+  NetGuard g;
+  activity_type* a = task(g.n, "A", 2, nullptr);
+  task(g.n, "B", 1, nullptr);
+  seal(g.n);
+  setActivityHasActualFinish(a, 1);
+  Message m;
+  std::strcpy(m.text, "earlier text");
+  ASSERT_EQ(repass(g.n, m, 0, 1), 0) << logText(g.n);
+  const std::string log = logText(g.n);
+  EXPECT_NE(log.find("error(D-6)"), std::string::npos);
+  EXPECT_NE(log.find("(critical) task has 'actual finish' in 'KOR_WBS' but not in "
+                     "'TASK_ASSIGNMENTS' table"),
+            std::string::npos);
+  EXPECT_NE(std::string(m.text).find("error(D-6)"), std::string::npos);
+  EXPECT_NE(std::string(m.text).find("earlier text"), std::string::npos);
+}
+
+TEST(DynamicRepass, AnAssignmentThatTheTaskDoesNotHaveIsIgnored) {
+  testing::TestDb db;
+  workRows(db, {"A"});
+  db.row("TASK_ASSIGNMENTS", {{"TSK_ASSIGNMENT_ID", "AS1"},
+                              {"PROJECT_ID", "PRJ"},
+                              {"TASK_ID", "A"},
+                              {"RESOURCE_ID", "R9"},
+                              {"ETC", "120"}});
+  NetGuard g;
+  task(g.n, "A", 2, nullptr);
+  seal(g.n);
+  Message m;
+  ASSERT_EQ(repass(g.n, m, 0, 1), 0) << logText(g.n);
+  EXPECT_NE(logText(g.n).find("assignment is not in the list and will be ignored"),
+            std::string::npos);
+}
+
+TEST(DynamicRepass, AnElementWithoutSequenceIdEndsTheRepass) {
+  testing::TestDb db;
+  workRows(db, {"A"});
+  NetGuard g;
+  task(g.n, "A", 1, nullptr);
+  seal(g.n);
+  Message m;
+  EXPECT_EQ(repass(g.n, m, 1, 0), FWD_ERR_MISSING_SEQ_UID);
+}
+
+TEST(DynamicRepass, WithoutADatabaseItReportsTheMissingConnection) {
+  NetGuard g;
+  task(g.n, "A", 1, nullptr);
+  seal(g.n);
+  Message m;
+  EXPECT_LT(repass(g.n, m, 0, 0), 0);
+  EXPECT_NE(logText(g.n).find("error (1) in doRunFrwdDynamicRepasNetTree"), std::string::npos);
+}
+
+}  // namespace
