@@ -39,9 +39,12 @@
 //     arrival of its last non-external predecessor is counted; an item whose
 //     count is already 0 (only external predecessors, or none) is ready on its
 //     first arrival, and an arrival through an external entry never counts.
-//     A frontier item visited again from the re-queue list re-examines only
-//     the successors that had become ready, so an arrival is counted once.
 //     A ready item's count is consumed (set to 0).
+//   - A frontier item back from the re-queue list looks again only at the
+//     containers it was re-queued for whose children have all been passed
+//     since (its other successors had their arrival counted on its first
+//     visit, and a container still waiting for a child would only re-queue it
+//     again); it stays on the list, in its place, while it waits on any.
 //   - The start node counts as passed from the beginning.
 //   - Every stall is counted and cuts a chain: the deepest item of the
 //     circular list that has not been passed yet is forced through. The
@@ -49,6 +52,12 @@
 //     reached through it like through any placed item. (Cutting only when a
 //     stall added a new item to the circular list would loop forever once
 //     every stalled item is already listed.)
+//   - A pass of the ordered insertion that places nothing, while leaves wait
+//     for the containers of their predecessors and those containers wait,
+//     through their children, for the leaves, counts as a stall and is cut:
+//     the next pass places the waiting leaves without those containers. (The
+//     containers' rule can deadlock on an acyclic network; without the cut
+//     such a network would end with 200212.)
 //   - Waiting items are moved behind a newly placed predecessor (and
 //     containers behind a newly placed child) only when they stand before
 //     it; moving an item that already stands behind would move it earlier.

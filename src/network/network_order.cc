@@ -22,19 +22,27 @@
 // once into those numbers. The network list and the two waiting lists are
 // sequences with order labels, so "the entry nearest the tail that is one of
 // X's predecessors" is the largest label among X's predecessors - O(degree)
-// instead of a scan of the list. Labels are spread evenly again when two
-// neighbours leave no room between them. The passed set is a flag per item.
-// The linked lists of the interface (activities_list, the circular list
-// handed to the writer) are filled from these at the end.
+// instead of a scan of the list; a crowded spot gets its neighbourhood's
+// labels spread out. The passed set is a flag per item. Each container keeps
+// the count of its children not yet passed, so a re-queued frontier item is
+// woken only when a container it waits on has completed, instead of
+// re-walking its successors every time the frontier runs dry (the start
+// node's successors alone are a quarter of a random network, whose frontier
+// runs dry about once per fifteen items). The linked lists of the
+// interface (activities_list, the circular list handed to the writer) are
+// filled from these at the end.
 //
-// Costs: phase 1 is linear in items plus dependencies per wave; phase 2 is
-// linear per pass in the waiting items and their dependencies, and passes
-// repeat while containers wait for children that wait for other containers;
-// the closing pass is O((n + m) log n).
+// Costs: phase 1 and phase 2 are linear in items plus dependencies (plus the
+// label spreading, O(log^2 n) amortised per insertion at worst); the closing
+// pass is O((n + m) log n); resolving the names into numbers is one hash
+// lookup per link.
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <queue>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -85,17 +93,17 @@ class OrderedSeq {
       pushBack(i);
       return;
     }
-    if (label_[nxt] - label_[pos] < 2) relabel();
+    if (label_[nxt] - label_[pos] < 2) spread(pos, nxt);
     link(i, pos, nxt, label_[pos] + (label_[nxt] - label_[pos]) / 2);
   }
   void insertBefore(int pos, int i) {
     const int prv = prev_[pos];
-    if (prv < 0) {
-      if (label_[pos] < 2) relabel();
-      link(i, -1, pos, label_[pos] / 2);
+    if (prv >= 0) {
+      insertAfter(prv, i);
       return;
     }
-    insertAfter(prv, i);
+    if (label_[pos] < 2) spread(-1, pos);
+    link(i, -1, pos, label_[pos] / 2);
   }
   void erase(int i) {
     if (!in_[i]) return;
@@ -130,12 +138,47 @@ class OrderedSeq {
     in_[i] = 1;
     ++count_;
   }
-  // Spreads the labels evenly over [step, 2^62].
+  // Spreads the labels evenly over [step, 2^62], leaving the upper half for
+  // items appended later.
   void relabel() {
     step_ = (uint64_t{1} << 62) / (static_cast<uint64_t>(count_) + 2);
     if (step_ < 2) step_ = 2;
     uint64_t label = step_;
     for (int i = head_; i >= 0; i = next_[i], label += step_) label_[i] = label;
+  }
+  // Makes room between a (a member, or -1 for the front) and its successor
+  // b: the window of members around them grows (doubling) until the labels
+  // bounding it leave a gap of at least max(64, 2 x window) per member, and
+  // the window's labels are spread evenly. So a crowded spot costs a
+  // relabelling of its neighbourhood, not of the whole sequence.
+  void spread(int a, int b) {
+    int lo = a >= 0 ? a : b;
+    int hi = b;
+    uint64_t count = a >= 0 ? 2 : 1;
+    for (;;) {
+      const uint64_t left = prev_[lo] >= 0 ? label_[prev_[lo]] : 0;
+      const uint64_t right = next_[hi] >= 0 ? label_[next_[hi]] : kMaxLabel;
+      const uint64_t gap = (right - left) / (count + 1);
+      const bool whole = prev_[lo] < 0 && next_[hi] < 0;
+      if (whole || gap >= std::max<uint64_t>(64, 2 * count)) {
+        uint64_t label = left + gap;
+        for (int i = lo;; i = next_[i], label += gap) {
+          label_[i] = label;
+          if (i == hi) break;
+        }
+        return;
+      }
+      for (uint64_t k = count; k > 0; --k) {
+        if (prev_[lo] >= 0 && (k % 2 == 0 || next_[hi] < 0)) {
+          lo = prev_[lo];
+        } else if (next_[hi] >= 0) {
+          hi = next_[hi];
+        } else {
+          break;
+        }
+        ++count;
+      }
+    }
   }
 
   std::vector<int> prev_, next_;
@@ -163,8 +206,14 @@ class NetworkBuilder {
   // Phase 1.
   int waves();
   bool arrive(int x, bool external);
-  void visit(int f, int x, int waveLevel, std::vector<int>& requeue, std::vector<int>& unpassed,
-             std::vector<int>& nextFrontier);
+  void visit(int f, int x, int waveLevel, std::vector<int>& nextFrontier);
+  void revisitWaiting(int f, int waveLevel, std::vector<int>& nextFrontier);
+  void requeueOnce(int f);
+  void leaveRequeue(int f);
+  bool requeueHolds(const std::vector<int>& items) const;
+  std::vector<int> requeueItems() const;
+  void markPassed(int x);
+  std::vector<int> unpassedChildrenOf(const std::vector<int>& frontier);
   bool predsCountAsPassed(int f, int x) const;
   void place(int x, bool predsPassed);
   void insertWaiting(OrderedSeq& seq, int x) const;
@@ -178,7 +227,7 @@ class NetworkBuilder {
   // Phase 2.
   int insertWaitingItems();
   void placeReadyContainersFirst();
-  bool tryPlaceLeaf(int l);
+  bool tryPlaceLeaf(int l, bool forced);
   bool tryPlaceContainer(int c);
   void collectAncestors(int l, std::vector<int>& anc) const;
   bool isAncestorOf(int a, int x) const;
@@ -200,7 +249,23 @@ class NetworkBuilder {
   std::vector<int> parent_;                 // first parent, -1 when none
   std::vector<char> leaf_, hasNonExtPred_, nonTrivPred_, nonTrivNonExtPred_, nonTrivSucc_;
 
-  std::vector<char> passed_, ready_, visited_, inRequeue_, inUnpassed_;
+  std::vector<char> passed_, ready_;
+  // The re-queue list: frontier items waiting on containers, in the order
+  // they were re-queued (a running number); those with a container due.
+  std::map<int64_t, int> requeue_;
+  std::vector<int64_t> requeueSeq_;  // per item, -1 when not re-queued
+  int64_t nextRequeueSeq_ = 0;
+  std::set<int64_t> dueSet_;
+  // Containers waiting for their children. A frontier item that meets one
+  // waits on it (and is re-queued); when the container's last child is
+  // passed, it becomes due for each item waiting on it, and only due
+  // containers are looked at again.
+  std::vector<int> unpassedChildren_;           // per container
+  std::vector<std::vector<int>> containersOf_;  // per item: containers listing it as child
+  std::vector<std::vector<int>> waitersOf_;     // per container: items waiting on it
+  std::vector<std::vector<int>> waitingFor_;    // per item: containers it waits on
+  std::vector<std::vector<int>> dueFor_;        // per item: those completed since
+  std::vector<int> pendingOf_;                  // per item: those not yet completed
   OrderedSeq net_, delayed_, contain_;
   linked_list_type* circular_;  // tmp_circular_list, at most 40 entries
 };
@@ -256,9 +321,18 @@ NetworkBuilder::NetworkBuilder(linked_list_type* act_tmp_list, bool levels, bool
   }
   passed_.assign(n_, 0);
   ready_.assign(n_, 0);
-  visited_.assign(n_, 0);
-  inRequeue_.assign(n_, 0);
-  inUnpassed_.assign(n_, 0);
+  requeueSeq_.assign(n_, -1);
+  unpassedChildren_.assign(n_, 0);
+  containersOf_.resize(n_);
+  waitersOf_.resize(n_);
+  waitingFor_.resize(n_);
+  dueFor_.resize(n_);
+  pendingOf_.assign(n_, 0);
+  for (int i = 0; i < n_; ++i) {
+    if (leaf_[i]) continue;
+    unpassedChildren_[i] = static_cast<int>(children_[i].size());
+    for (int c : children_[i]) containersOf_[c].push_back(i);
+  }
 }
 
 int NetworkBuilder::run(linked_list_type* activities_list, bool numberSerials) {
@@ -356,32 +430,79 @@ void NetworkBuilder::setLevel(int f, int x, int32_t target) {
   }
 }
 
-void NetworkBuilder::visit(int f, int x, int waveLevel, std::vector<int>& requeue,
-                           std::vector<int>& unpassed, std::vector<int>& nextFrontier) {
+void NetworkBuilder::requeueOnce(int f) {
+  if (requeueSeq_[f] >= 0) return;
+  requeueSeq_[f] = nextRequeueSeq_++;
+  requeue_.emplace(requeueSeq_[f], f);
+  if (!dueFor_[f].empty()) dueSet_.insert(requeueSeq_[f]);
+}
+
+void NetworkBuilder::leaveRequeue(int f) {
+  requeue_.erase(requeueSeq_[f]);
+  dueSet_.erase(requeueSeq_[f]);
+  requeueSeq_[f] = -1;
+}
+
+bool NetworkBuilder::requeueHolds(const std::vector<int>& items) const {
+  if (requeue_.size() != items.size()) return false;
+  size_t k = 0;
+  for (const auto& entry : requeue_) {
+    if (entry.second != items[k++]) return false;
+  }
+  return true;
+}
+
+std::vector<int> NetworkBuilder::requeueItems() const {
+  std::vector<int> out;
+  out.reserve(requeue_.size());
+  for (const auto& entry : requeue_) out.push_back(entry.second);
+  return out;
+}
+
+void NetworkBuilder::markPassed(int x) {
+  passed_[x] = 1;
+  for (int y : containersOf_[x]) {
+    if (--unpassedChildren_[y] != 0) continue;
+    for (int f : waitersOf_[y]) {
+      dueFor_[f].push_back(y);
+      --pendingOf_[f];
+      if (requeueSeq_[f] >= 0) dueSet_.insert(requeueSeq_[f]);
+    }
+  }
+}
+
+void NetworkBuilder::visit(int f, int x, int waveLevel, std::vector<int>& nextFrontier) {
   const bool predsPassed = predsCountAsPassed(f, x);
-  if (!leaf_[x]) {
-    bool waiting = false;
-    for (int c : children_[x]) {
-      if (passed_[c]) continue;
-      waiting = true;
-      if (!inUnpassed_[c]) {
-        inUnpassed_[c] = 1;
-        unpassed.push_back(c);
-      }
-    }
-    if (waiting) {
-      if (levels_) setLevel(f, x, act_[f]->ntw_level_id + 1);
-      if (!inRequeue_[f]) {
-        inRequeue_[f] = 1;
-        requeue.push_back(f);
-      }
-      return;
-    }
+  if (!leaf_[x] && unpassedChildren_[x] > 0) {
+    waitingFor_[f].push_back(x);
+    waitersOf_[x].push_back(f);
+    ++pendingOf_[f];
+    if (levels_) setLevel(f, x, act_[f]->ntw_level_id + 1);
+    requeueOnce(f);
+    return;
   }
   place(x, predsPassed);
   if (levels_) setLevel(f, x, leaf_[x] ? waveLevel : act_[f]->ntw_level_id + 1);
-  passed_[x] = 1;
+  markPassed(x);
   nextFrontier.push_back(x);
+}
+
+// The children not yet passed of the containers the frontier items wait on,
+// in the order the items met them.
+std::vector<int> NetworkBuilder::unpassedChildrenOf(const std::vector<int>& frontier) {
+  std::vector<int> out;
+  std::vector<char> seen(static_cast<size_t>(n_), 0);
+  for (int f : frontier) {
+    for (int x : waitingFor_[f]) {
+      if (passed_[x]) continue;
+      for (int c : children_[x]) {
+        if (passed_[c] || seen[c]) continue;
+        seen[c] = 1;
+        out.push_back(c);
+      }
+    }
+  }
+  return out;
 }
 
 bool NetworkBuilder::onCircular(int x) const {
@@ -410,7 +531,7 @@ int NetworkBuilder::cutChain() {
     if (!passed_[x]) forced = x;
   }
   if (forced < 0) return -1;
-  passed_[forced] = 1;
+  markPassed(forced);
   ready_[forced] = 1;
   act_[forced]->to_pass_in_forw_dir = 0;
   if (leaf_[forced]) {
@@ -434,38 +555,73 @@ void NetworkBuilder::reportCut(int forced, int stalls) {
   if (file_ != nullptr) std::fflush(file_);
 }
 
+// A frontier item back from the re-queue list: its other successors had
+// their arrival counted on its first visit, so only the containers it waits
+// on that have completed since are looked at again; it stays re-queued while
+// any is still waiting.
+void NetworkBuilder::revisitWaiting(int f, int waveLevel, std::vector<int>& nextFrontier) {
+  // Placing one container may complete another (its parent): that one is
+  // looked at in the same visit.
+  std::vector<int> due;
+  while (!dueFor_[f].empty()) {
+    due.clear();
+    due.swap(dueFor_[f]);
+    for (int x : due) {
+      if (!passed_[x]) visit(f, x, waveLevel, nextFrontier);
+    }
+  }
+}
+
 int NetworkBuilder::waves() {
-  std::vector<int> frontier{start_}, nextFrontier, requeue, unpassed;
-  passed_[start_] = 1;
+  std::vector<int> frontier{start_}, nextFrontier;
+  markPassed(start_);
   ready_[start_] = 1;
   net_.pushBack(start_);
   int waveLevel = 0;
-  bool fromRequeue = false;
+  bool requeueRound = false;  // this wave's frontier is the re-queue list
   int stalls = 0;
 
-  while (!frontier.empty()) {
+  for (;;) {
     nextFrontier.clear();
-    unpassed.clear();
-    for (int f : frontier) {
-      const bool revisit = visited_[f] != 0;
-      visited_[f] = 1;
-      if (act_[f]->isExternalSucc) continue;
-      for (const Edge& e : succ_[f]) {
-        const int x = e.to;
-        if (x == end_ || passed_[x]) continue;
-        // A successor that was still counting when f was first visited has
-        // had f's arrival counted; only a ready one is looked at again.
-        if (!ready_[x] && (revisit || !arrive(x, e.external))) continue;
-        visit(f, x, waveLevel, requeue, unpassed, nextFrontier);
+    bool requeueLeft = false;  // an item left the re-queue list in this round
+    if (requeueRound) {
+      // Only items with a completed container due can change anything; the
+      // others would be re-queued as they are. Items are taken in re-queue
+      // order, including those that become due during the round.
+      int64_t cursor = -1;
+      for (auto it = dueSet_.upper_bound(cursor); it != dueSet_.end();
+           it = dueSet_.upper_bound(cursor)) {
+        cursor = *it;
+        dueSet_.erase(it);
+        const int f = requeue_.at(cursor);
+        revisitWaiting(f, waveLevel, nextFrontier);
+        if (pendingOf_[f] == 0) {
+          leaveRequeue(f);
+          requeueLeft = true;
+        }
+      }
+    } else {
+      for (int f : frontier) {
+        if (act_[f]->isExternalSucc) continue;
+        for (const Edge& e : succ_[f]) {
+          const int x = e.to;
+          if (x == end_ || passed_[x]) continue;
+          if (!ready_[x] && !arrive(x, e.external)) continue;
+          visit(f, x, waveLevel, nextFrontier);
+        }
       }
     }
 
-    const bool requeueStall = nextFrontier.empty() && requeue == frontier;
-    if (requeueStall || nextFrontier == frontier) {
+    // A stall: nothing placed and the re-queue list holds exactly the items
+    // of the frontier, in the same order (or the next frontier repeats it).
+    const bool requeueStall =
+        nextFrontier.empty() && (requeueRound ? !requeueLeft : requeueHolds(frontier));
+    if (requeueStall || (!requeueRound && nextFrontier == frontier)) {
       ++stalls;
-      for (int f : frontier) addToCircular(f);
+      const std::vector<int> stalled = requeueRound ? requeueItems() : frontier;
+      for (int f : stalled) addToCircular(f);
       if (requeueStall) {
-        for (int c : unpassed) addToCircular(c);
+        for (int c : unpassedChildrenOf(stalled)) addToCircular(c);
       }
       if (stalls > NTW_MAX_STALLS) {
         logf(file_, "\n\n*************************************************************");
@@ -478,26 +634,22 @@ int NetworkBuilder::waves() {
       }
       const int forced = cutChain();
       if (forced >= 0) nextFrontier.push_back(forced);
-      if ((stalls == 1 && requeue.size() < 20) || stalls % 20 == 0) reportCut(forced, stalls);
+      if ((stalls == 1 && requeue_.size() < 20) || stalls % 20 == 0) reportCut(forced, stalls);
       if (ll_size(circular_) >= NTW_MAX_CIRCULAR) {
         ll_tail(circular_);
         ll_remove(circular_);
       }
     }
 
-    for (int c : unpassed) inUnpassed_[c] = 0;
     if (nextFrontier.empty()) {
-      frontier.swap(requeue);
-      requeue.clear();
-      for (int f : frontier) inRequeue_[f] = 0;
-      fromRequeue = true;
+      if (requeue_.empty()) return 0;
+      requeueRound = true;
     } else {
       frontier.swap(nextFrontier);
-      if (!fromRequeue) ++waveLevel;
-      fromRequeue = false;
+      if (!requeueRound) ++waveLevel;
+      requeueRound = false;
     }
   }
-  return 0;
 }
 
 void NetworkBuilder::writeCircular() {
@@ -576,11 +728,11 @@ void NetworkBuilder::pullSuccessorsBehind(int l) {
   }
 }
 
-bool NetworkBuilder::tryPlaceLeaf(int l) {
+bool NetworkBuilder::tryPlaceLeaf(int l, bool forced) {
   std::vector<int> anc;
   collectAncestors(l, anc);
   for (int a : anc) {
-    if (!net_.contains(a)) return false;
+    if (!net_.contains(a) && !forced) return false;
   }
   const int lp = parent_[l];
   int best = -1;
@@ -684,12 +836,13 @@ void NetworkBuilder::printWaiting(const OrderedSeq& seq) const {
 int NetworkBuilder::insertWaitingItems() {
   placeReadyContainersFirst();
   int stalls = 0;
+  bool forceLeaves = false;
   while (!delayed_.empty() || !contain_.empty()) {
     const int delayedBefore = delayed_.size();
     const int containBefore = contain_.size();
     for (int l = delayed_.head(); l >= 0;) {
       const int nextL = delayed_.next(l);
-      tryPlaceLeaf(l);
+      tryPlaceLeaf(l, forceLeaves);
       l = nextL;
     }
     for (int c = contain_.head(); c >= 0;) {
@@ -697,8 +850,9 @@ int NetworkBuilder::insertWaitingItems() {
       tryPlaceContainer(c);
       c = nextC;
     }
-    if (delayed_.size() == delayedBefore && contain_.size() == containBefore &&
-        ++stalls > NTW_MAX_STALLS) {
+    forceLeaves = false;
+    if (delayed_.size() != delayedBefore || contain_.size() != containBefore) continue;
+    if (++stalls > NTW_MAX_STALLS) {
       logf(file_, "\n\n abnormal termination of tmp_delayed_list: printing context of the list");
       printWaiting(delayed_);
       logf(file_, "\n\n abnormal termination of tmp_contain_list: printing context of the list");
@@ -706,6 +860,14 @@ int NetworkBuilder::insertWaitingItems() {
       logf(file_, "\n");
       if (file_ != nullptr) std::fflush(file_);
       return NTW_ERR_CANNOT_RESOLVE;
+    }
+    // Leaves waiting for containers that wait, through their children, for
+    // those leaves: the next pass places the leaves without the containers.
+    if (!delayed_.empty()) {
+      logf(file_, "\n ordered insertion: %d waiting items placed before the containers of "
+                  "their predecessors",
+           delayed_.size());
+      forceLeaves = true;
     }
   }
   return 0;
