@@ -1,5 +1,5 @@
-// The list orders: each on a small list whose expected order is worked out
-// by hand, plus stability on ties and the two-list forms.
+// The list orders, each on a small list whose order is worked out by hand,
+// including ties (which keep their present order) and the two-list forms.
 #include "network/list_orders.h"
 
 #include <gtest/gtest.h>
@@ -7,204 +7,126 @@
 #include <string>
 #include <vector>
 
-#include "model/activity.h"
-
 namespace {
 
-// Items owned by the test, and lists over them.
-class Pool {
- public:
-  ~Pool() {
-    for (activity_type* a : items_) activityDelete(a);
-    for (linked_list_type* l : lists_) ll_delete(l);
-  }
-  activity_type* item(const std::string& name, int16_t type = 3) {
-    items_.push_back(activityCreateNew(name.c_str(), type, nullptr, 0, 0, 480, 0, 0));
-    return items_.back();
-  }
-  linked_list_type* list(const std::vector<activity_type*>& members) {
-    lists_.push_back(ll_new(activityMatch, getActivityName));
-    for (activity_type* a : members) ll_addtail(lists_.back(), a);
-    return lists_.back();
-  }
-
- private:
-  std::vector<activity_type*> items_;
-  std::vector<linked_list_type*> lists_;
+// A row of item fields; unnamed fields keep the record's defaults.
+struct Row {
+  const char* name;
+  int type = 3, priority = 500, constraint = 0, key = 0, level = 0, weighted = 0;
 };
 
-std::vector<std::string> order(const linked_list_type* list) {
-  std::vector<std::string> out;
+// The items of the rows (owned) in one list; `key` goes into serial_num,
+// comb_index, level_id, task_level_order and proper_order_back alike.
+class Rows {
+ public:
+  explicit Rows(std::initializer_list<Row> rows) {
+    for (const Row& r : rows) {
+      activity_type* a = activityCreateNew(r.name, static_cast<int16_t>(r.type), nullptr, 0, 0,
+                                           480, static_cast<int16_t>(r.constraint), 0);
+      setActivityPriority(a, r.priority);
+      a->serial_num = a->comb_index = a->task_level_order = a->proper_order_back = r.key;
+      a->level_id = static_cast<int16_t>(r.key);
+      a->ntw_level_id = r.level;
+      a->weighted_delay = r.weighted;
+      ll_addtail(list_, a);
+    }
+  }
+  ~Rows() {
+    for (linktype* l = list_->phead; l != nullptr; l = l->pnext) {
+      activityDelete(static_cast<activity_type*>(l->pcontents));
+    }
+    ll_delete(list_);
+  }
+  linked_list_type* list() { return list_; }
+
+ private:
+  linked_list_type* list_ = ll_new(activityMatch, getActivityName);
+};
+
+std::string order(const linked_list_type* list) {
+  std::string out;
   for (linktype* l = list->phead; l != nullptr; l = l->pnext) {
-    out.push_back(static_cast<activity_type*>(l->pcontents)->name);
+    out += std::string(out.empty() ? "" : " ") + static_cast<activity_type*>(l->pcontents)->name;
   }
   return out;
 }
-using Names = std::vector<std::string>;
 
 TEST(ListOrders, PriorityDescendingThenNetworkOrder) {
-  Pool p;
-  activity_type* a = p.item("A");
-  activity_type* b = p.item("B");
-  activity_type* c = p.item("C");
-  activity_type* d = p.item("D");
-  setActivityPriority(a, 300);
-  setActivityPriority(b, 700);
-  setActivityPriority(c, 700);
-  setActivityPriority(d, 500);
-  a->serial_num = 1;
-  b->serial_num = 9;
-  c->serial_num = 4;
-  d->serial_num = 2;
-  linked_list_type* l = p.list({a, b, c, d});
-  ordNodesListPriorDesSerNumAsc(l);
-  EXPECT_EQ(order(l), (Names{"C", "B", "D", "A"}));
-  EXPECT_EQ(ll_retrieve(l), c) << "the head is current";
+  Rows r({{"A", 3, 300, 0, 1}, {"B", 3, 700, 0, 9}, {"C", 3, 700, 0, 4}, {"D", 3, 500, 0, 2}});
+  ordNodesListPriorDesSerNumAsc(r.list());
+  EXPECT_EQ(order(r.list()), "C B D A");
+  EXPECT_STREQ(static_cast<activity_type*>(ll_retrieve(r.list()))->name, "C") << "head current";
 }
 
 TEST(ListOrders, SingleKeyOrdersKeepTiesInPresentOrder) {
-  Pool p;
-  std::vector<activity_type*> items;
-  const int keys[] = {3, 1, 3, 2, 1, 0};
-  for (int i = 0; i < 6; ++i) {
-    items.push_back(p.item("I" + std::to_string(i)));
-    items.back()->comb_index = keys[i];
-    items.back()->level_id = static_cast<int16_t>(keys[i]);
-    items.back()->serial_num = keys[i];
+  using Order = void (*)(linked_list_type*);
+  for (Order sort : {Order(ordActListByCombIndxIdAsc), Order(ordSubOptimalListByLevelIdAsc),
+                     Order(ordRootNodesListProjSerNumAsc)}) {
+    Rows r({{"I0", 3, 500, 0, 3}, {"I1", 3, 500, 0, 1}, {"I2", 3, 500, 0, 3},
+            {"I3", 3, 500, 0, 2}, {"I4", 3, 500, 0, 1}, {"I5", 3, 500, 0, 0}});
+    sort(r.list());
+    EXPECT_EQ(order(r.list()), "I5 I1 I4 I3 I0 I2");
   }
-  const Names expected{"I5", "I1", "I4", "I3", "I0", "I2"};
-  linked_list_type* byComb = p.list(items);
-  ordActListByCombIndxIdAsc(byComb);
-  EXPECT_EQ(order(byComb), expected);
-  linked_list_type* byLevel = p.list(items);
-  ordSubOptimalListByLevelIdAsc(byLevel);
-  EXPECT_EQ(order(byLevel), expected);
-  linked_list_type* bySerial = p.list(items);
-  ordRootNodesListProjSerNumAsc(bySerial);
-  EXPECT_EQ(order(bySerial), expected);
-  linked_list_type* empty = p.list({});
-  ordActListByCombIndxIdAsc(empty);
-  EXPECT_EQ(ll_size(empty), 0);
 }
 
 TEST(ListOrders, TwoListFormsKeepTheNodesAtTheEnds) {
-  Pool p;
-  activity_type* start = p.item("start", 0);
-  activity_type* finish = p.item("finish", 0);
-  activity_type* a = p.item("A");
-  activity_type* b = p.item("B");
-  activity_type* c = p.item("C");
-  start->task_level_order = 99;  // never compared
-  finish->task_level_order = -9;
-  a->task_level_order = 2;
-  b->task_level_order = 0;
-  c->task_level_order = 1;
-  a->proper_order_back = 1;
-  b->proper_order_back = 3;
-  c->proper_order_back = 2;
-  linked_list_type* l = p.list({start, a, b, c, finish});
-  linked_list_type* out = p.list({c});  // emptied first
-  doOrdSerNamesListByTaskLevOrderAsc_2L(l, out);
-  EXPECT_EQ(order(out), (Names{"start", "B", "C", "A", "finish"}));
-  doOrdSerNamesListByPropOrdBackAsc_2L(l, out);
-  EXPECT_EQ(order(out), (Names{"start", "A", "C", "B", "finish"}));
-  EXPECT_EQ(order(l), (Names{"start", "A", "B", "C", "finish"})) << "the first list stays";
+  Rows r({{"start", 0, 500, 0, 99}, {"A", 3, 500, 0, 2}, {"B", 3, 500, 0, 0},
+          {"C", 3, 500, 0, 1}, {"finish", 0, 500, 0, -9}});
+  static_cast<activity_type*>(r.list()->phead->pnext->pcontents)->proper_order_back = 5;
+  linked_list_type* out = ll_new(activityMatch, getActivityName);
+  ll_addtail(out, r.list()->phead->pcontents);  // emptied first
+  doOrdSerNamesListByTaskLevOrderAsc_2L(r.list(), out);
+  EXPECT_EQ(order(out), "start B C A finish");
+  doOrdSerNamesListByPropOrdBackAsc_2L(r.list(), out);
+  EXPECT_EQ(order(out), "start B C A finish") << "A's proper_order_back is 5";
+  EXPECT_EQ(order(r.list()), "start A B C finish") << "the first list stays";
+  ll_delete(out);
 }
 
 TEST(ListOrders, NetworkLevelsInPresentOrderWithHeldItemsFirst) {
-  Pool p;
-  activity_type* parent = p.item("P", 2);
-  parent->ntw_level_id = 1;
-  linked_list_type* all = p.list({parent});
-  // name, ntw_level_id, constraint
-  struct Row {
-    const char* name;
-    int level;
-    int16_t constraint;
-  };
-  const Row rows[] = {{"L2a", 2, 0}, {"L1a", 1, 0}, {"FIX", 3, 4}, {"L2b", 2, 0},
-                      {"L1b", 1, 6}, {"UP", 1, 7},  {"L3", 3, 0}};
-  std::vector<activity_type*> members;
-  for (const Row& r : rows) {
-    activity_type* a = p.item(r.name);
-    a->ntw_level_id = r.level;
-    a->constraint_type = r.constraint;
-    setActivityParent(a, "P", nullptr);
-    ll_addtail(all, a);
-    members.push_back(a);
-  }
-  linked_list_type* l = p.list(members);
-  ordNodListPresOrdAscNtwLevAsc(l, all);
-  EXPECT_EQ(order(l), (Names{"FIX", "UP", "L1a", "L1b", "L2a", "L2b", "L3"}));
-  EXPECT_EQ(members[0]->comb_index, 1);
-  EXPECT_EQ(members[6]->comb_index, 7);
-
-  linked_list_type* r = p.list(members);
-  ordNodListPresOrdAscNtwLevDesc(r, all);
-  EXPECT_EQ(order(r), (Names{"L3", "L2b", "L2a", "L1b", "L1a", "UP", "FIX"}));
+  // No parent in the list: the first key is the network level itself.
+  Rows r({{"L2a", 3, 500, 0, 0, 2}, {"L1a", 3, 500, 0, 0, 1}, {"FIX", 3, 500, 4, 0, 3},
+          {"L2b", 3, 500, 0, 0, 2}, {"L1b", 3, 500, 6, 0, 1}, {"UP", 3, 500, 7, 0, 1},
+          {"L3", 3, 500, 0, 0, 3}});
+  ordNodListPresOrdAscNtwLevAsc(r.list(), r.list());
+  EXPECT_EQ(order(r.list()), "FIX UP L1a L1b L2a L2b L3");
+  EXPECT_EQ(static_cast<activity_type*>(r.list()->ptail->pcontents)->comb_index, 7);
+  ordNodListPresOrdAscNtwLevDesc(r.list(), r.list());
+  EXPECT_EQ(order(r.list()), "L3 L2b L2a L1b L1a UP FIX");
 }
 
-TEST(ListOrders, MatchedParentPredecessorsLowerTheFirstKey) {
-  Pool p;
-  activity_type* a = p.item("A");
-  activity_type* b = p.item("B");
-  a->ntw_level_id = 2;
-  b->ntw_level_id = 2;
-  b->num_match_par_pred = 1;  // first key 1 against A's 2
-  linked_list_type* l = p.list({a, b});
-  ordNodListPresOrdAscNtwLevAsc(l, l);
-  EXPECT_EQ(order(l), (Names{"B", "A"}));
+TEST(ListOrders, ParentLevelAndMatchedParentPredecessorsShapeTheFirstKey) {
+  Rows r({{"A", 3, 500, 0, 0, 2}, {"B", 3, 500, 0, 0, 2}, {"C", 3, 500, 0, 0, 2},
+          {"P", 2, 500, 0, 0, 1}});
+  auto item = [&](int i) {
+    linktype* l = r.list()->phead;
+    while (i-- > 0) l = l->pnext;
+    return static_cast<activity_type*>(l->pcontents);
+  };
+  item(1)->num_match_par_pred = 1;  // 2 + 0 - 1
+  setActivityParent(item(2), "P", nullptr);  // 2 + 1
+  ordNodListPresOrdAscNtwLevAsc(r.list(), r.list());
+  EXPECT_EQ(order(r.list()), "P B A C");
 }
 
 TEST(ListOrders, ConstraintClassPriorityAndWeightedDelay) {
-  Pool p;
-  activity_type* high = p.item("HIGH");
-  setActivityPriority(high, 700);
-  activity_type* low = p.item("LOW");
-  setActivityPriority(low, 300);
-  activity_type* alap = p.item("ALAP");
-  setActivityPriority(alap, 900);
-  alap->constraint_type = 1;
-  activity_type* zero = p.item("ZERO");
-  setActivityPriority(zero, 0);
-  activity_type* fixed = p.item("FIXED");
-  fixed->constraint_type = 4;
-  activity_type* plain = p.item("PLAIN");
-  activity_type* lower = p.item("LOWER");  // constraint 2, class 1
-  lower->constraint_type = 2;
-  activity_type* container = p.item("CONT", 2);
-  setActivityPriority(container, 100);
-  linked_list_type* l = p.list({low, alap, plain, zero, high, lower, fixed, container});
-  ordNodListConsPriDesWeigDelAsc(l, nullptr);
-  EXPECT_EQ(order(l),
-            (Names{"CONT", "FIXED", "HIGH", "PLAIN", "LOWER", "LOW", "ZERO", "ALAP"}));
+  // Keys (priority +1000 held, -1000 ALAP; class) descending, then counters.
+  Rows r({{"LOW", 3, 300}, {"ALAP", 3, 900, 1}, {"PLAIN", 3, 500}, {"ZERO", 3, 0},
+          {"HIGH", 3, 700}, {"LOWER", 3, 500, 2}, {"FIXED", 3, 500, 4}, {"CONT", 2, 100}});
+  ordNodListConsPriDesWeigDelAsc(r.list(), nullptr);
+  EXPECT_EQ(order(r.list()), "CONT FIXED HIGH PLAIN LOWER LOW ZERO ALAP");
 }
 
-TEST(ListOrders, EqualPriorityTasksGoBySmallerWeightedDelay) {
-  Pool p;
-  activity_type* a = p.item("A");
-  activity_type* b = p.item("B");
-  activity_type* c = p.item("C");
-  a->weighted_delay = 900;
-  b->weighted_delay = 100;
-  c->weighted_delay = 2000;
-  linked_list_type* l = p.list({a, b, c});
-  ordNodListConsPriDesWeigDelAsc(l, nullptr);
-  // A opens counter 1 (largest 900); B stays in it; C exceeds 900 and opens
-  // counter 2. By (counter, weighted delay): B, A, then C.
-  EXPECT_EQ(order(l), (Names{"B", "A", "C"}));
-}
-
-TEST(ListOrders, UnknownConstraintCodeTakesThePreviousItemsClass) {
-  Pool p;
-  activity_type* lower = p.item("LOWER");
-  lower->constraint_type = 6;  // class 1
-  activity_type* odd = p.item("ODD");
-  odd->constraint_type = 9;  // class of LOWER
-  activity_type* plain = p.item("PLAIN");
-  linked_list_type* l = p.list({lower, odd, plain});
-  ordNodListConsPriDesWeigDelAsc(l, nullptr);
-  EXPECT_EQ(order(l), (Names{"PLAIN", "LOWER", "ODD"}));
+TEST(ListOrders, EqualKeysGoByWeightedDelayWithinACounter) {
+  // A opens a counter (largest delay 900); B stays in it; C exceeds 900 and
+  // opens the next. By (counter, weighted delay): B, A, then C. An unknown
+  // constraint code takes the class of the item before it.
+  Rows r({{"A", 3, 500, 0, 0, 0, 900}, {"B", 3, 500, 0, 0, 0, 100}, {"C", 3, 500, 0, 0, 0, 2000}});
+  ordNodListConsPriDesWeigDelAsc(r.list(), nullptr);
+  EXPECT_EQ(order(r.list()), "B A C");
+  Rows odd({{"LOWER", 3, 500, 6}, {"ODD", 3, 500, 9}, {"PLAIN"}});
+  ordNodListConsPriDesWeigDelAsc(odd.list(), nullptr);
+  EXPECT_EQ(order(odd.list()), "PLAIN LOWER ODD");
 }
 
 }  // namespace
