@@ -36,6 +36,15 @@
 // (or "-- doDynamAlignActWithPred:") with the item, the predecessor and the
 // dates.
 //
+// Limit of one pass in network order: a container's dependency moves its
+// descendants when the container is visited, which comes after all of its
+// children. A task nested two levels down whose outside successor is a
+// sibling of its parent (placed before the grandparent) is then moved after
+// that successor was placed, and the successor is not visited again by the
+// static pass; it follows when it is realigned (dynamic re-pass, levelling).
+// Dependencies of the containers right above the tasks do not meet this:
+// such a container is visited before any later sibling task.
+//
 // Choices where the rules leave room:
 //   - The list walked by doFinAlignActivitiesFrwdPass is bracketed by the
 //     two network nodes: its head names the start node and its tail the

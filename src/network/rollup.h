@@ -69,6 +69,13 @@
 //     days to move and without successors of its own that finishes before
 //     the container is pushed to the container's finish (the mirror of the
 //     pull to the container's start).
+//   - A child container with days to move goes through the adjuster too
+//     (with hasTobeChecked), whether or not it has dependencies of its own:
+//     its place in its parent came from its own children, so keeping its
+//     distance to the parent's start would push every child of it as far
+//     again (on random networks that stretched the schedule several times
+//     over). Re-resolved, it starts with its parent (or its own
+//     predecessors), and its children follow it by the same rules.
 //   - restrictUpDown is carried unchanged through the family to recursive
 //     updates; no rule here depends on it.
 //   - ALAP family: the held / free rule is applied as told by

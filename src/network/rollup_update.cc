@@ -229,7 +229,7 @@ int forwardMember(const Ctx& x, activity_type* cont, Anchor anchor, int* ok_stat
         p.st = cont->offset_start_time;
         moved = true;
       }
-    } else if (hasReal && x.hasTobeChecked) {
+    } else if ((hasReal || !leaf) && x.hasTobeChecked) {
       int rc = anchor == Anchor::Start
                    ? activityAdjustSuccDependencyInContainerForward(
                          c, cont, x.activities_list, x.act_tmp_list, x.sm, 1, x.isForwardPass,
@@ -334,7 +334,7 @@ int backwardMember(const Ctx& x, activity_type* cont, bool bypass, int* ok_statu
     const bool leaf = isLeaf(c, x.FINISH);
     const bool hasReal = activityHasNonTrivialSucc(c, x.FINISH) != 0;
     const int32_t days = cont->finish_date - c->offset_finish_date - c->finish_date;
-    const bool adjust = hasReal && x.hasTobeChecked && (days != 0 || (bypass && leaf));
+    const bool adjust = (hasReal || !leaf) && x.hasTobeChecked && (days != 0 || (bypass && leaf));
     if (adjust) {
       int rc = bypass ? activityBypasContAdjustPredDepInContainerBack(
                             c, cont, x.activities_list, x.act_tmp_list, x.sm, 0, 0,

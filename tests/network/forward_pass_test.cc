@@ -278,6 +278,7 @@ int runBackward(Net* n, bool dynamicRepass) {
 }
 
 linked_list_type* items(Net* n) { return n->items; }
+
 linked_list_type* ordered(Net* n) { return n->ordered; }
 linked_list_type* roots(Net* n) { return n->roots; }
 linked_list_type* copies(Net* n) { return n->copies; }
