@@ -59,13 +59,26 @@
 //   its resume day, after its last reported day.
 // - A begun work's first day starts later by minutes_per_day - FSCHED_effort
 //   when that is positive: its offset_start_time becomes that difference
-//   and its resume point is the day's working start plus it.
+//   and its resume point is the day's working start plus it. A work whose
+//   FSCHED_effort is 0 (no first scheduled day was read) starts at the
+//   day's working start.
+// - The earliest start S of work not yet begun that lies before the
+//   calendar: before the project's create_date the calendar is widened down
+//   to it, otherwise S becomes the calendar's first day.
 // - oft_wrk_actual_FD is the working minutes of the finish day from its
 //   working start to the finished work's finish time, 0 when the day had to
 //   be moved to the next available one, bounded to 0..1440.
-// - A failed placement of a task in progress (errors (17) and (18)) ends the
-//   operation with 200198; a failed lag shift of reSchActFromFDBasedOnAssWork
-//   with 200206 (a start-to-start shift towards lower dates failed).
+// - A failed placement of a task in progress (errors (17) and (18)), and a
+//   failed shift of a duration-based task's done part (error (2)) or
+//   remaining part (error (4)), end the operation with 200198, as does the
+//   placement back from a finish deadline (error (6); error (5) is the
+//   finish that found no working day, 200302). A failed lag shift of
+//   reSchActFromFDBasedOnAssWork gives 200206 (a start-to-start shift
+//   towards lower dates failed).
+// - reSchActFromFDBasedOnAssWork: a begun work contributes the larger of
+//   its rem_effort and the working minutes from its resume point to the
+//   task's finish (the two readings of "the finish minus rem_effort lands
+//   after the resume point" agree); an effort sum that fails counts 0.
 // - Steps after the placement (start node, early start, original duration,
 //   the shift of project dates) apply to both kinds of tasks in progress; a
 //   task left as it is by error (10) skips them.

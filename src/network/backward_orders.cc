@@ -25,8 +25,6 @@ const char* firstParentName(const activity_type* a) {
   return static_cast<string_type*>(a->parent_list->phead->pcontents)->str;
 }
 
-linked_list_type* newItemList() { return ll_new(activityMatch, getActivityName); }
-
 void append(linked_list_type* to, const linked_list_type* from) {
   for (linktype* l = from->phead; l != nullptr; l = l->pnext) ll_addtail(to, l->pcontents);
 }
@@ -46,38 +44,34 @@ void logOrder(FILE* file, const char* heading, const linked_list_type* list, boo
 // successors, items without real successors (and the roots of root
 // projects), fixed items, items with real successors, other roots, start
 // node; each group in reverse network order.
-linked_list_type* backwardCandidates(linked_list_type* copies, const char* start,
-                                     const char* finish) {
-  linked_list_type* external = newItemList();
-  linked_list_type* roots = newItemList();
-  linked_list_type* free = newItemList();
-  linked_list_type* hard = newItemList();
-  linked_list_type* cand = newItemList();
-  linked_list_type* projects = newItemList();
+priority_detail::ListPtr backwardCandidates(linked_list_type* copies, const char* start,
+                                            const char* finish) {
+  using priority_detail::newItemList;
+  priority_detail::ListPtr external = newItemList(), roots = newItemList(), free = newItemList(),
+                           hard = newItemList(), cand = newItemList(), projects = newItemList();
   for (linktype* l = copies->ptail->pprevious; l != nullptr && l != copies->phead;
        l = l->pprevious) {
     auto* a = static_cast<activity_type*>(l->pcontents);
     const char* parent = firstParentName(a);
     if (a->isExternalSucc) {
-      ll_addtail(external, a);
+      ll_addtail(external.get(), a);
     } else if (parent != nullptr && std::strcmp(parent, start) == 0) {
-      ll_addtail(roots, a);
+      ll_addtail(roots.get(), a);
     } else if (activityHasNonTrivialNonExternalSucc(a, finish)) {
-      ll_addtail(a->constraint_type == 4 || a->constraint_type == 5 ? hard : cand, a);
+      ll_addtail(a->constraint_type == 4 || a->constraint_type == 5 ? hard.get() : cand.get(), a);
     } else {
-      ll_addtail(free, a);
+      ll_addtail(free.get(), a);
     }
   }
-  if (ll_size(roots) > 1) ordNodListPresOrdAscNtwLevAsc(roots, copies);
+  if (ll_size(roots.get()) > 1) ordNodListPresOrdAscNtwLevAsc(roots.get(), copies);
   for (linktype* l = roots->phead; l != nullptr; l = l->pnext) {
     auto* r = static_cast<activity_type*>(l->pcontents);
-    ll_addtail(r->proj != nullptr && r->proj->isRootProject ? free : projects, r);
+    ll_addtail(r->proj != nullptr && r->proj->isRootProject ? free.get() : projects.get(), r);
   }
-  linked_list_type* out = newItemList();
-  ll_addtail(out, copies->ptail->pcontents);
-  for (linked_list_type* part : {external, free, hard, cand, projects}) append(out, part);
-  ll_addtail(out, copies->phead->pcontents);
-  for (linked_list_type* part : {external, roots, free, hard, cand, projects}) ll_delete(part);
+  priority_detail::ListPtr out = newItemList();
+  ll_addtail(out.get(), copies->ptail->pcontents);
+  for (const auto* part : {&external, &free, &hard, &cand, &projects}) append(out.get(), part->get());
+  ll_addtail(out.get(), copies->phead->pcontents);
   return out;
 }
 
@@ -95,8 +89,9 @@ int reorgNetTrFromFinishNode(linked_list_type* act_tmp_list_3, linked_list_type*
       a->proper_order_back = -1;
       a->parent_proper_back = 0;
     }
-    linked_list_type* candidates =
+    priority_detail::ListPtr candidateList =
         backwardCandidates(act_tmp_list_3, START_NODE_NAME, FINISH_NODE_NAME);
+    linked_list_type* candidates = candidateList.get();
     if (optionRunIndexesWherePossible) {
       ll_createIndexArray(candidates, START_NODE_NAME, FINISH_NODE_NAME);
     }
@@ -134,7 +129,6 @@ int reorgNetTrFromFinishNode(linked_list_type* act_tmp_list_3, linked_list_type*
       doOrdSerNamesListByPropOrdBackAsc_2L(candidates, act_tmp_list_4);
       if (PRINT_OPTION) logOrder(file, "inversed order, down from Finish Node", act_tmp_list_4, true);
     }
-    ll_delete(candidates);
     if (file != nullptr) std::fflush(file);
     return rc;
   } catch (...) {

@@ -90,9 +90,7 @@ LevelOrdering::LevelOrdering(linked_list_type* cand, Direction dir, const char* 
     : dir_(dir),
       module_(module),
       file_(file),
-      nextIndex_(dir == Direction::Forward ? 0 : 1),
-      pending_(ll_new(activityMatch, getActivityName)),
-      subOptimal_(ll_new(activityMatch, getActivityName)) {
+      nextIndex_(dir == Direction::Forward ? 0 : 1) {
   const int32_t n = ll_size(cand);
   if (n > 2) {
     items_.reserve(static_cast<size_t>(n - 2));
@@ -103,10 +101,7 @@ LevelOrdering::LevelOrdering(linked_list_type* cand, Direction dir, const char* 
   build(START_NODE_NAME, FINISH_NODE_NAME);
 }
 
-LevelOrdering::~LevelOrdering() {
-  ll_delete(pending_);
-  ll_delete(subOptimal_);
-}
+LevelOrdering::~LevelOrdering() = default;
 
 void LevelOrdering::build(const char* start, const char* finish) {
   const int n = static_cast<int>(items_.size());
@@ -333,14 +328,14 @@ void LevelOrdering::creaLevelIndexTopListToCurrPos(int currPos) {
 void LevelOrdering::addPending(int i) {
   activity_type* a = items_[i];
   a->comb_index = a->level_id;
-  addBounded(pending_, a);
-  addBounded(subOptimal_, a);
+  addBounded(pending_.get(), a);
+  addBounded(subOptimal_.get(), a);
 }
 
 // A new pass: the items above its first ready one are found not ready
 // before it orders anything (all of them in a stall).
 void LevelOrdering::startPass() {
-  ll_removeAll(pending_);
+  ll_removeAll(pending_.get());
   const int n = static_cast<int>(items_.size());
   const int firstReady = heap_.empty() ? n : heap_.front();
   bool added = false;
@@ -350,16 +345,16 @@ void LevelOrdering::startPass() {
     added = true;
   }
   if (added) {
-    ordActListByCombIndxIdAsc(pending_);
-    ordActListByCombIndxIdAsc(subOptimal_);
+    ordActListByCombIndxIdAsc(pending_.get());
+    ordActListByCombIndxIdAsc(subOptimal_.get());
   }
 }
 
 int LevelOrdering::cut() {
   int forced = -1;
-  if (ll_size(pending_) > 0) {
-    ll_tail(pending_);
-    const auto* deepest = static_cast<activity_type*>(ll_retrieve(pending_));
+  if (ll_size(pending_.get()) > 0) {
+    ll_tail(pending_.get());
+    const auto* deepest = static_cast<activity_type*>(ll_retrieve(pending_.get()));
     for (int i = 0; i < static_cast<int>(items_.size()); ++i) {
       if (items_[i] == deepest) {
         forced = i;
@@ -380,7 +375,7 @@ void LevelOrdering::reportCut(int forced) {
   say(file_, "\n forced node = %s type = %d level_id = %d", f ? f->name : "", f ? f->type : 0,
       f ? f->level_id : 0);
   say(file_, "\n number of tries since last = %d length of pending list = %d", stallsSinceReport_,
-      ll_size(pending_));
+      ll_size(pending_.get()));
   say(file_, "\n last ordered node = %s last_index = %d",
       lastOrdered_ >= 0 ? items_[lastOrdered_]->name : "", nextIndex_ - 1);
   for (linktype* l = pending_->phead; l != nullptr; l = l->pnext) {

@@ -71,8 +71,6 @@ std::vector<activity_type*> between(const linked_list_type* list) {
   return out;
 }
 
-linked_list_type* newItemList() { return ll_new(activityMatch, getActivityName); }
-
 void append(linked_list_type* to, const linked_list_type* from) {
   for (linktype* l = from->phead; l != nullptr; l = l->pnext) ll_addtail(to, l->pcontents);
 }
@@ -114,15 +112,14 @@ void passUrgencyToPredecessors(activity_type* a, int32_t w, const Names& names,
 
 // The lists the candidate list is made of.
 struct Classes {
-  linked_list_type* external = newItemList();
-  linked_list_type* roots = newItemList();
-  linked_list_type* free = newItemList();
-  linked_list_type* hard = newItemList();
-  linked_list_type* cand = newItemList();
-  linked_list_type* projects = newItemList();
-  ~Classes() {
-    for (linked_list_type* l : {external, roots, free, hard, cand, projects}) ll_delete(l);
-  }
+  ListPtr externalList = newItemList(), rootList = newItemList(), freeList = newItemList(),
+          hardList = newItemList(), candList = newItemList(), projectList = newItemList();
+  linked_list_type* external = externalList.get();
+  linked_list_type* roots = rootList.get();
+  linked_list_type* free = freeList.get();
+  linked_list_type* hard = hardList.get();
+  linked_list_type* cand = candList.get();
+  linked_list_type* projects = projectList.get();
 };
 
 void distributeRoots(Classes& c) {
@@ -273,7 +270,8 @@ int runForwardOrdering(const ForwardSetup& s) {
   }
   if (ll_size(c.cand) > 1) ordNodListConsPriDesWeigDelAsc(c.cand, s.lookups);
 
-  linked_list_type* candidates = newItemList();
+  ListPtr candidateList = newItemList();
+  linked_list_type* candidates = candidateList.get();
   ll_addtail(candidates, s.network->phead->pcontents);
   append(candidates, c.external);
   append(candidates, c.free);
@@ -307,7 +305,6 @@ int runForwardOrdering(const ForwardSetup& s) {
       if (s.PRINT_OPTION) logPriorityOrder(s.file, between(candidates));
     }
   }
-  ll_delete(candidates);
   if (s.file != nullptr) std::fflush(s.file);
   return rc;
 }

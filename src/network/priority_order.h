@@ -70,6 +70,8 @@
 // its children.
 //
 // Choices where the rules leave room:
+// - The re-scan starts again from the top after every item it orders, so the
+//   highest item an ordering frees is always the next one.
 // - Root items are the items whose parent is the start node.
 // - The two nodes are not ordered (they keep -1); the start node counts as
 //   passed and a name missing from the list as passed.
@@ -108,6 +110,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <vector>
 
 #include "calendar/project.h"
@@ -158,6 +161,13 @@ int reorgIndexOrderOnBackPass(linked_list_type* act_tmp_list_3, linked_list_type
 
 namespace priority_detail {
 
+// A list made here, released with ll_delete (its elements are not owned).
+struct ListDeleter {
+  void operator()(linked_list_type* list) const { ll_delete(list); }
+};
+using ListPtr = std::unique_ptr<linked_list_type, ListDeleter>;
+inline ListPtr newItemList() { return ListPtr(ll_new(activityMatch, getActivityName)); }
+
 // One forward ordering: the lists, the loop, hard items last, the
 // sub-optimal list. Used by creaPriorOrdTasksLevelIndex on the items and by
 // reorgIndexOrderOnBackPass on the copies.
@@ -200,7 +210,7 @@ class LevelOrdering {
 
   // Items found not ready before a pass ordered anything (at most 40),
   // sorted by level_id; the list refers to the candidates.
-  linked_list_type* subOptimalList() const { return subOptimal_; }
+  linked_list_type* subOptimalList() const { return subOptimal_.get(); }
   int stalls() const { return stalls_; }
 
  private:
@@ -232,8 +242,8 @@ class LevelOrdering {
   int stalls_ = 0;
   int stallsSinceReport_ = 0;
   int lastOrdered_ = -1;
-  linked_list_type* pending_;
-  linked_list_type* subOptimal_;
+  ListPtr pending_ = newItemList();
+  ListPtr subOptimal_ = newItemList();
 };
 
 }  // namespace priority_detail
