@@ -9,8 +9,8 @@
 // start-to-start, finish-to-finish or start-to-finish, lags of 0 to 2
 // days) among the tasks before it (mostly among the 200 before it), so the
 // network order is the order of creation with each container right after
-// its last child. The item lists are indexed (Part of the list container:
-// an index array of names), as the processing sequence does for runs of 33
+// its last child. The item lists are indexed (the list container's
+// index array of names), as the processing sequence does for runs of 33
 // items or more. The calendar is sized from a textbook forward pass so that
 // no placement needs to grow it (see build()).
 //
@@ -53,7 +53,7 @@ struct Dep {
   int lagDays;
 };
 
-struct Spec {
+struct Shape {
   std::vector<int> days;                 // effort in days; 0 for containers
   std::vector<int> parent;               // index of the parent; -1 for the project item
   std::vector<std::vector<Dep>> preds;   // predecessors (task indices)
@@ -63,9 +63,9 @@ struct Spec {
 };
 
 // Tasks four to a container, containers four to a container, about n items.
-Spec randomSpec(int n, unsigned seed) {
+Shape randomShape(int n, unsigned seed) {
   std::mt19937 rng(seed);
-  Spec s;
+  Shape s;
   const int tasks = std::max(4, n * 3 / 4);
   std::vector<int> level;  // items of the current level, to be grouped
   auto add = [&](int d, int p) {
@@ -180,7 +180,7 @@ struct Network {
   linked_list_type* roots = nullptr;
   linked_list_type* copies = nullptr;
   linked_list_type* back = nullptr;
-  std::vector<activity_type*> records;  // by spec index
+  std::vector<activity_type*> records;  // by shape index
   activity_type* startNode = nullptr;
   activity_type* finishNode = nullptr;
   int deps = 0;
@@ -203,7 +203,7 @@ void setWeek(project_type* p) {
   for (int w = 1; w <= 7; ++w) setProjectBitsForDaysOfWeek(p, w, (w == 1 || w == 7) ? none : work);
 }
 
-Network* build(const Spec& s) {
+Network* build(const Shape& s) {
   Network* net = new Network;
   net->log = std::fopen(std::getenv("PASSES_BENCH_LOG") != nullptr ? std::getenv("PASSES_BENCH_LOG") : "/dev/null", "w");
   net->proj = projectCreateNew("PRJ");
@@ -376,8 +376,8 @@ long peakMegabytes() {
 }
 
 void BM_ForwardPass(benchmark::State& state) {
-  const Spec spec = randomSpec(static_cast<int>(state.range(0)), 20240101u);
-  Network* net = build(spec);
+  const Shape shape = randomShape(static_cast<int>(state.range(0)), 20240101u);
+  Network* net = build(shape);
   for (auto _ : state) {
     state.PauseTiming();
     reset(net);
@@ -390,16 +390,16 @@ void BM_ForwardPass(benchmark::State& state) {
       break;
     }
   }
-  state.counters["items"] = static_cast<double>(spec.days.size());
+  state.counters["items"] = static_cast<double>(shape.days.size());
   state.counters["deps"] = net->deps;
   state.counters["peak_MB"] = static_cast<double>(peakMegabytes());
-  state.counters["project_days"] = net->records[spec.projectItem]->duration;
+  state.counters["project_days"] = net->records[shape.projectItem]->duration;
   destroy(net);
 }
 
 void BM_BackwardPassWithSlack(benchmark::State& state) {
-  const Spec spec = randomSpec(static_cast<int>(state.range(0)), 20240101u);
-  Network* net = build(spec);
+  const Shape shape = randomShape(static_cast<int>(state.range(0)), 20240101u);
+  Network* net = build(shape);
   if (doFinAlignActivitiesFrwdPass(net->roots, net->items, net->items, net->items, net->sm, 1, 1,
                                    1, net->log) != 0) {
     state.SkipWithError("forward pass failed");
@@ -428,7 +428,7 @@ void BM_BackwardPassWithSlack(benchmark::State& state) {
   }
   // The slack sweeps alone, in milliseconds per iteration.
   state.counters["slack_ms"] = 1000.0 * slackSeconds / static_cast<double>(state.iterations());
-  state.counters["items"] = static_cast<double>(spec.days.size());
+  state.counters["items"] = static_cast<double>(shape.days.size());
   state.counters["deps"] = net->deps;
   state.counters["peak_MB"] = static_cast<double>(peakMegabytes());
   destroy(net);

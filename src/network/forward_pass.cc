@@ -38,6 +38,13 @@ void logForwardError(FILE* file, int number, const char* module, const activity_
                p.st, p.ft, act->duration, act->constraint_type);
 }
 
+void logForwardFailure(FILE* file, const char* module, const char* what,
+                       const activity_type* act) {
+  if (file == nullptr) return;
+  std::fprintf(file, "\nerror !!! -- %s: %s failed for %s (%d - %d, duration %d)\n", module, what,
+               act->name, act->start_date, act->finish_date, act->duration);
+}
+
 int placeFromBoundedFinish(activity_type* act, storage_manager_type* smanager, int32_t finish,
                            Placement* p, int errSnap, int errPlace, const char* module,
                            const activity_type* pred, FILE* file) {
@@ -590,7 +597,7 @@ int visitItem(const Visit& v) {
     } else if (ctype != 4 && (s.startDriven || s.resched) &&
                (s.resched || (ctype != 2 && ctype != 3))) {
       if (activityScheduleFromStartDateBasedOnProjectCalendar(act, v.sm, v.file) != 1) {
-        logForwardError(v.file, 18, v.module, act, nullptr, placementOf(act));
+        logForwardFailure(v.file, v.module, "placing from the start", act);
         return FWD_ERR_PLACE_FROM_START;
       }
       step = 7;
@@ -603,13 +610,13 @@ int visitItem(const Visit& v) {
   }
   if (step == 6) {
     if (activityScheduleFromFinishDateBasedOnProjectCalendar(act, v.sm, v.file) != 1) {
-      logForwardError(v.file, 19, v.module, act, nullptr, placementOf(act));
+      logForwardFailure(v.file, v.module, "placing from the finish", act);
       return FWD_ERR_PLACE_FROM_FINISH;
     }
     if (act->start_date < proj->first_day) {
       applyPlacement(act, {proj->first_day, proj->first_day + act->duration - 1, 0, 0});
       if (activityScheduleFromStartDateBasedOnProjectCalendar(act, v.sm, v.file) != 1) {
-        logForwardError(v.file, 20, v.module, act, nullptr, placementOf(act));
+        logForwardFailure(v.file, v.module, "placing from the first day", act);
         return FWD_ERR_PLACE_FROM_FIRST_DAY;
       }
     }

@@ -74,8 +74,8 @@
 //     does; a finished task's open assignment is the D-6 finding, notified
 //     with the subject "[Started] " + p_subject (the run goes on). The
 //     re-pass uses the assignment date functions and the notification of
-//     the run layer (a dependency against the layers' direction, since the
-//     re-pass is told in terms of them).
+//     the run layer: a dependency against the layers' direction, which
+//     the re-pass cannot avoid while those functions live there.
 #ifndef LEVELER_NETWORK_FORWARD_PASS_H
 #define LEVELER_NETWORK_FORWARD_PASS_H
 
@@ -155,6 +155,10 @@ int replaceOnAssignmentWork(activity_type* act, storage_manager_type* smanager, 
 // Writes the numbered forward error line.
 void logForwardError(FILE* file, int number, const char* module, const activity_type* act,
                      const activity_type* other, const Placement& p);
+
+// Writes an unnumbered failure line ("error !!! -- module: what failed ...").
+void logForwardFailure(FILE* file, const char* module, const char* what,
+                       const activity_type* act);
 
 // Moves the candidate's finish to `finish` (its start by the same days),
 // snaps it onto a working finish and places the item from it: 0, 200302

@@ -40,11 +40,11 @@
 //     move, by the realignment or by the levelling that follows it), so a
 //     container refreshed without force is refreshed exactly when one of
 //     its descendants may have moved since its last roll-up.
-//   - Special roll-up and dynamic roll-up record early / late fields as the
-//     table says; the plain roll-up records them only with
+//   - The recursive roll-up records no early or late fields, the dynamic
+//     one always records them, the plain one only with
 //     optionCalculEsEfLsLf.
-//   - The mirrored adjusters (told along the lines of
-//     activityAdjustSuccDependencyInContainerForward):
+//   - The other three adjusters mirror
+//     activityAdjustSuccDependencyInContainerForward:
 //       * every adjuster also bounds the child by its container: forward a
 //         child never starts before its container's start (day, then time),
 //         backward a child never finishes after its container's finish. A
@@ -52,7 +52,7 @@
 //         this bound a child with its own earlier predecessor would stay
 //         before the container's new start.
 //       * activityAdjustPredDependencyInContainerForward is the forward
-//         re-resolution of the child's predecessors (as the told member),
+//         re-resolution of the child's predecessors (as the start member),
 //         used when the container was moved by its finish;
 //       * activityAdjustPredDependencyInContainerBackward re-runs the
 //         successor part of the backward pass for the child (backward
@@ -78,9 +78,13 @@
 //     predecessors), and its children follow it by the same rules.
 //   - restrictUpDown is carried unchanged through the family to recursive
 //     updates; no rule here depends on it.
-//   - ALAP family: the held / free rule is applied as told by
-//     adjustUpdateAlapPredToAllSucc. adjustUpdateAlapPredToSuccConstr
-//     limits it to successors with a dated constraint (codes 2 to 7).
+//   - ALAP family: adjustUpdateAlapPredToAllSucc applies the held / free
+//     rule (the smallest allowance of the held successors, constraints 1,
+//     3, 4, 5, 7, against the largest of the others);
+//     adjustUpdateAlapPredToSuccConstr limits it to successors with a dated
+//     constraint (codes 2 to 7). An ALAP item only ever moves later: it
+//     enters at its driving (earliest) place or one already pushed late,
+//     and a move earlier would break its own predecessors.
 //     adjustUpdateAlapPredToSuccHardConstr moves the ALAP item to the latest
 //     start the given successor allows, never later than the latest start
 //     allowed by its other successors already visited in network order

@@ -93,7 +93,7 @@ int moveLater(activity_type* pred, const Placement& to, storage_manager_type* sm
   applyPlacement(pred, to);
   if (pred->type == 3 &&
       activityScheduleFromStartDateBasedOnProjectCalendar(pred, sm, file) != 1) {
-    logForwardError(file, 12, "adjustUpdateAlapPred", pred, nullptr, placementOf(pred));
+    logForwardFailure(file, "adjustUpdateAlapPred", "placing from the start", pred);
     return FWD_ERR_PLACE_FROM_START;
   }
   return 0;

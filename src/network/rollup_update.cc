@@ -143,7 +143,7 @@ int backwardMember(const Ctx& x, activity_type* cont, bool bypass, int* ok_statu
 // ----- forward ---------------------------------------------------------------
 
 // Re-resolves one child against its own predecessors, never before its
-// container's start, and places it (the told adjuster and its mirror for the
+// container's start, and places it (the start adjuster and its mirror for the
 // finish anchor share this).
 int forwardAdjust(activity_type* c, activity_type* cont, const Ctx& x, bool isEmptyContainer,
                   const char* module) {

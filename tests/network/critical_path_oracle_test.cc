@@ -304,16 +304,6 @@ TEST_P(CriticalPathOracle, TheDynamicBackwardRepassChangesNothingAfterTheStaticP
 
 INSTANTIATE_TEST_SUITE_P(Sizes, CriticalPathOracle, ::testing::Values(2, 10, 60, 200, 500));
 
-TEST(CriticalPathOracleByHand, SlackIsZeroOnTheLongestChainAnd960TwoDaysOff) {
-  // A(3) -> C(2); B(1) -> C: B may finish two working days later.
-  RandomNetwork r;
-  r.days = {3, 1, 2};
-  r.preds = {{}, {}, {{0, 1, 0}, {1, 1, 0}}};
-  const Textbook t = solve(r.days, r.preds);
-  EXPECT_EQ(t.lf[1] - t.ef[1], 2);
-  checkAgainstTextbook(r, false);
-}
-
 // ----- where the engine must differ ---------------------------------------------
 
 TEST(CriticalPathOracleDiffers, AnAlapItemStartsAsLateAsItsSuccessorAllowsNotAtItsTextbookEarlyStart) {
