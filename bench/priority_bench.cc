@@ -227,7 +227,7 @@ void BM_DelayParamsForAllTasks(benchmark::State& state) {
   });
 }
 
-#define SIZES Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)
+#define SIZES Arg(1000)->Arg(10000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond)
 BENCHMARK(BM_PriorityOrder)->SIZES->Iterations(3);
 BENCHMARK(BM_BackwardOrderFromFinishNode)->SIZES->Iterations(3);
 BENCHMARK(BM_IndexOrderOnBackPass)->SIZES->Iterations(3);
