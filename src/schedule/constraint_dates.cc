@@ -16,9 +16,17 @@ struct Limits {
 };
 
 // Makes the calendar cover the constraint date.
+// The calendar grows down to a constraint date only for the dated codes
+// (2 to 7): for "as soon/late as possible" an earlier date never matters
+// (the earliest start is never before first_day), and items without a date
+// carry the store's placeholder far in the past, which would otherwise
+// widen every calendar back to it.
 void coverConstraintDate(activity_type* a, int32_t c, int32_t d, FILE* file) {
   project_type* p = a->proj;
-  if (c < p->first_day) scheduleExtendCalendar(p, c, getProjectLastDayOfCalendar(p), file);
+  const int ct = a->constraint_type;
+  if (c < p->first_day && ct >= 2 && ct <= 7) {
+    scheduleExtendCalendar(p, c, getProjectLastDayOfCalendar(p), file);
+  }
   if (c > getProjectLastDayOfCalendar(p)) {
     scheduleExtendCalendar(p, p->first_day, c + d + CALENDAR_GROWTH_MARGIN, file);
   }

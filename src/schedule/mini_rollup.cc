@@ -16,7 +16,16 @@ struct DayTime {
 
 bool heldAtFinish(int ct) { return ct == 2 || ct == 4 || ct == 5 || ct == 6; }
 bool heldAtStart(int ct) { return ct == 3 || ct == 4 || ct == 5 || ct == 7; }
-bool isContainer(const activity_type* a) { return a->child_list != nullptr && ll_size(a->child_list) > 0; }
+// A container has a child other than the finish node: every leaf keeps the
+// finish node as its only child, and a task is never a container.
+bool isContainer(const activity_type* a, const char* finishName) {
+  if (a->type == 3 || a->child_list == nullptr) return false;
+  for (linktype* l = a->child_list->phead; l != nullptr; l = l->pnext) {
+    const char* name = getStringValue(l->pcontents);
+    if (finishName == nullptr || std::strcmp(name, finishName) != 0) return true;
+  }
+  return false;
+}
 
 // Earliest start: an earlier day, or the same day with a smaller offset.
 void takeEarlier(DayTime* best, int32_t day, int offset) {
@@ -54,7 +63,7 @@ int activityMiniRollupDatesFromChildren(
       if (c == nullptr) continue;
       ++children;
       onlyChild = c;
-      const bool cont = isContainer(c);
+      const bool cont = isContainer(c, FINISH_NODE_NAME);
       if (!c->hasActualFinish) takeEarlier(&s, c->start_date, c->offset_start_time);
       takeLater(&f, c->finish_date, c->offset_finish_time);
       if (!heldAtFinish(c->constraint_type)) {

@@ -131,6 +131,17 @@ ConstraintRow rowWith(int ct) {
   return r;
 }
 
+TEST_F(Constraints, AnItemWithoutADateDoesNotWidenTheCalendarBackToIt) {
+  // Items without a constraint date carry a placeholder far in the past.
+  const int32_t first = cal.first();
+  for (int ct : {0, 1}) {
+    Limits l = forward(ct, first - 18000);
+    EXPECT_EQ(cal.first(), first) << "code " << ct;
+    EXPECT_EQ(l.minStart, day(50));
+  }
+  EXPECT_EQ(log.text().find("projectExtendCalendarData"), std::string::npos);
+}
+
 TEST(ConstraintRows, AForecastStartAloneMakesAStartNoEarlierThanConstraint) {
   ConstraintRow r = rowWith(0);
   std::strcpy(r.h_forecast_start, "2006-05-10 08:00:00.000000");

@@ -235,6 +235,21 @@ TEST_F(Network, RollUpTakesTheEarliestStartByTimeAndLeavesTheContainerAlone) {
   EXPECT_EQ(c->start_date, before);
 }
 
+TEST_F(Network, ATaskUnderTheFinishNodeIsALeafWhoseCurrentDatesCount) {
+  // Every leaf keeps the finish node as its child; its truncated dates are
+  // stale once it moves, so they must not stand for it.
+  activity_type* c = node("C", 2);
+  activity_type* t = cal.item("T", 480, cal.first() + 100, cal.first() + 101, 0, 3);
+  ll_addtail(items, t);
+  parentOf(c, t);
+  setActivityChild(t, kFinish, log.f());
+  t->start_date = cal.first() + 110;
+  t->finish_date = cal.first() + 111;
+  Rolled r = rollUp(items, c);
+  EXPECT_EQ(r.startTrun, cal.first() + 110);
+  EXPECT_EQ(r.finishTrun, cal.first() + 111);
+}
+
 TEST_F(Network, AFinishedChildCountsForTheFinishOnly) {
   activity_type* c = node("C", 2);
   activity_type* k1 = node("K1");
