@@ -39,6 +39,25 @@ void collectReachable(activity_type* from, assignment_type* ass, linked_list_typ
   }
 }
 
+// Every item reachable from `from` through its successor (forward) or
+// predecessor lists, `stop` excluded, into `reached`.
+void reachAll(activity_type* from, linked_list_type* items, const char* stop, bool forward,
+              std::unordered_set<const activity_type*>& reached) {
+  std::vector<activity_type*> todo{from};
+  while (!todo.empty()) {
+    activity_type* a = todo.back();
+    todo.pop_back();
+    linked_list_type* deps = forward ? a->succ_list : a->pred_list;
+    for (linktype* l = deps->phead; l != nullptr; l = l->pnext) {
+      const char* name = getDependencyName(l->pcontents);
+      if (stop != nullptr && std::strcmp(name, stop) == 0) continue;
+      activity_type* next = itemNamed(items, name);
+      if (next == nullptr || next == from || !reached.insert(next).second) continue;
+      todo.push_back(next);
+    }
+  }
+}
+
 int buildByAll(activity_type* a, linked_list_type* items, linked_list_type* collected,
                const char* stop, bool forward) {
   for (linktype* l = a->assignment_list->phead; l != nullptr; l = l->pnext) {
@@ -85,17 +104,14 @@ int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_t
                                 storage_manager_type* /*smanager*/, const char* START_NODE_NAME,
                                 const char* FINISH_NODE_NAME, FILE* file) {
   if (ll_size(this_act->assignment_list) == 0) return 0;
-  linked_list_type* succs = ll_new(activityMatch, getActivityName);
-  linked_list_type* preds = ll_new(activityMatch, getActivityName);
+  // The items related to the task through an assignment are the reachable
+  // items that carry that assignment's work; an item that carries an
+  // assignment's work is skipped exactly when it is reachable. So one walk
+  // each way serves every assignment, and each work record is tested once.
+  std::unordered_set<const activity_type*> related;
   try {
-    activityBuildSuccListByAllAssignments(this_act, act_tmp_list, succs, FINISH_NODE_NAME, file);
-    activityBuildPredListByAllAssignments(this_act, act_tmp_list, preds, START_NODE_NAME, file);
-    std::unordered_set<std::string> related;
-    for (linked_list_type* l : {succs, preds}) {
-      for (linktype* k = l->phead; k != nullptr; k = k->pnext) {
-        related.insert(static_cast<activity_type*>(k->pcontents)->name);
-      }
-    }
+    reachAll(this_act, act_tmp_list, FINISH_NODE_NAME, true, related);
+    reachAll(this_act, act_tmp_list, START_NODE_NAME, false, related);
     int32_t largest = 0, smallest = 0;
     bool first = true;
     for (linktype* l = this_act->assignment_list->phead; l != nullptr; l = l->pnext) {
@@ -104,8 +120,8 @@ int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_t
       for (linktype* w = ass->work_list->phead; w != nullptr; w = w->pnext) {
         const work_type* work = static_cast<const work_type*>(w->pcontents);
         if (std::strcmp(work->act_name, this_act->name) == 0) continue;
-        if (related.count(work->act_name) != 0) continue;
         const activity_type* item = itemNamed(act_tmp_list, work->act_name);
+        if (item != nullptr && related.count(item) != 0) continue;
         const bool finished = item != nullptr ? item->hasActualFinish != 0 : work->hasActualFinish != 0;
         if (finished) continue;
         const project_type* p = item != nullptr && item->proj != nullptr ? item->proj : this_act->proj;
@@ -118,14 +134,10 @@ int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_t
     this_act->max_delay_param = largest;
     this_act->ext_delay_dur = largest - smallest;
   } catch (...) {
-    ll_delete(succs);
-    ll_delete(preds);
     if (file != nullptr) {
       std::fprintf(file, "\n ****** error in activityCalculateDelayParam: throw exception to upper level \n");
     }
     throw;
   }
-  ll_delete(succs);
-  ll_delete(preds);
   return 0;
 }
