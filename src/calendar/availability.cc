@@ -117,6 +117,9 @@ int projectGenerateAveData(const activity_type* this_act) {
   }
   f.ave_min_are_sorted = 0;
   f.ave_days_are_sorted = 1;
+  delete[] p->ave_prefix[f.view];  // the running sums follow the new arrays
+  p->ave_prefix[f.view] = nullptr;
+  p->ave_prefix_len[f.view] = 0;
   return 1;
 }
 
@@ -225,4 +228,29 @@ void projectDoSyncSortOfAveMinutes(const activity_type* this_act, storage_manage
 void projectDoSyncSortOfAveDays(const activity_type* this_act, storage_manager_type* smanager,
                                 int32_t first, int32_t last, FILE* file) {
   syncSortPrimary(this_act, smanager, first, last, file, false);
+}
+
+int64_t getProjectAveMinutesBetweenDayCounts(const activity_type* this_act,
+                                             storage_manager_type* smanager, int32_t from,
+                                             int32_t to) {
+  if (getProjectAveMinutes(this_act, smanager) == nullptr) return -1;
+  project_type* p = this_act->proj;
+  ViewFields f = fieldsOf(p, getActivityCalendarView(this_act));
+  const int32_t n = f.len;
+  if (from < 0 || to >= n) return -1;
+  if (to < from) return 0;
+  int64_t*& prefix = p->ave_prefix[f.view];
+  if (prefix == nullptr || p->ave_prefix_len[f.view] != n + 1) {
+    delete[] prefix;
+    prefix = new int64_t[n + 1];
+    p->ave_prefix_len[f.view] = n + 1;
+    // The primary pair may be in minutes order: place each entry by its day.
+    for (int32_t i = 0; i <= n; ++i) prefix[i] = 0;
+    for (int32_t i = 0; i < n; ++i) {
+      const int32_t day = f.ave_days[i];
+      if (day >= 0 && day < n) prefix[day + 1] = f.ave_minutes[i];
+    }
+    for (int32_t i = 1; i <= n; ++i) prefix[i] += prefix[i - 1];
+  }
+  return prefix[to + 1] - prefix[from];
 }

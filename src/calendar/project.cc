@@ -90,7 +90,10 @@ project_type* projectCopyCreateNew(const project_type* this_proj, const char* na
   p->ave_days_synchr_REG = nullptr;
   p->ave_minutes_NWE = p->ave_minutes_sorted_NWE = p->ave_days_NWE = nullptr;
   p->ave_days_synchr_NWE = nullptr;
-  for (int v = 0; v < 3; ++v) p->ave_len[v] = p->ave_sorted_len[v] = 0;
+  for (int v = 0; v < 3; ++v) {
+    p->ave_len[v] = p->ave_sorted_len[v] = p->ave_prefix_len[v] = 0;
+    p->ave_prefix[v] = nullptr;
+  }
   markArraysStale(p);
   createLists(p);
   for (int w = 1; w <= 7; ++w) {
@@ -122,7 +125,11 @@ void projectDeleteAveData(project_type* p) {
     delete[] *a;
     *a = nullptr;
   }
-  for (int v = 0; v < 3; ++v) p->ave_len[v] = p->ave_sorted_len[v] = 0;
+  for (int v = 0; v < 3; ++v) {
+    delete[] p->ave_prefix[v];
+    p->ave_prefix[v] = nullptr;
+    p->ave_len[v] = p->ave_sorted_len[v] = p->ave_prefix_len[v] = 0;
+  }
 }
 
 void projectDeleteWeekBitsData(project_type* p) {

@@ -98,6 +98,11 @@ struct project_type {
   int32_t* ave_days_synchr_NWE;
   int32_t ave_len[3];         // entries allocated in each view's primary pair
   int32_t ave_sorted_len[3];  // entries allocated in each view's sorted pair
+  // Running sums of each view's minutes in day order: ave_prefix[v][c] is
+  // the sum over day counts 0 .. c-1 (size_of_calendar + 1 entries). Built
+  // on demand, dropped whenever the view's arrays are rebuilt.
+  int64_t* ave_prefix[3];
+  int32_t ave_prefix_len[3];
   linked_list_type* sun_exc;
   linked_list_type* mon_exc;
   linked_list_type* tue_exc;
@@ -235,6 +240,12 @@ void projectDoSyncSortOfAveMinutes(const activity_type* this_act, storage_manage
                                    int32_t first, int32_t last, FILE* file);
 void projectDoSyncSortOfAveDays(const activity_type* this_act, storage_manager_type* smanager,
                                 int32_t first, int32_t last, FILE* file);
+// The available minutes of the day counts from..to (inclusive, both within
+// the loaded range) in the item's view, in constant time from the running
+// sums; -1 when the arrays cannot be built or the range is not loaded.
+int64_t getProjectAveMinutesBetweenDayCounts(const activity_type* this_act,
+                                             storage_manager_type* smanager, int32_t from,
+                                             int32_t to);
 
 // Storage manager.
 storage_manager_type* smanagerCreateNew();

@@ -240,6 +240,20 @@ TEST(ProjectCalendar, ArraysFollowResizeAndSortBothWays) {
   }
   for (int i = 0; i < 60; ++i) EXPECT_EQ(sorted[i], getAveMinutesFromDayBits(truth[days[i]].data()));
 
+  // Running sums over day counts agree with the days one by one, also while
+  // the primary pair is in minutes order.
+  auto sumOfDays = [&](int from, int to) {
+    int64_t sum = 0;
+    for (int c = from; c <= to; ++c) sum += getAveMinutesFromDayBits(truth[c].data());
+    return sum;
+  };
+  const std::pair<int, int> ranges[] = {{0, 59}, {3, 3}, {5, 4}, {17, 44}, {58, 59}};
+  for (auto [from, to] : ranges) {
+    EXPECT_EQ(getProjectAveMinutesBetweenDayCounts(a, sm, from, to), sumOfDays(from, to));
+  }
+  EXPECT_EQ(getProjectAveMinutesBetweenDayCounts(a, sm, -1, 10), -1);
+  EXPECT_EQ(getProjectAveMinutesBetweenDayCounts(a, sm, 0, 60), -1);
+
   // Sorting the primary pair by minutes, then back by days.
   char* log = nullptr;
   size_t logSize = 0;
@@ -247,6 +261,9 @@ TEST(ProjectCalendar, ArraysFollowResizeAndSortBothWays) {
   projectDoSyncSortOfAveMinutes(a, sm, 0, 0, file);
   EXPECT_EQ(p->ave_min_are_sorted, 1);
   EXPECT_EQ(std::memcmp(p->ave_minutes, sorted, 60 * sizeof(int32_t)), 0);
+  delete[] p->ave_prefix[CAL_VIEW_PLAIN];  // rebuilt from the minutes-ordered pair
+  p->ave_prefix[CAL_VIEW_PLAIN] = nullptr;
+  EXPECT_EQ(getProjectAveMinutesBetweenDayCounts(a, sm, 17, 44), sumOfDays(17, 44));
   projectDoSyncSortOfAveMinutes(a, sm, 0, 0, file);  // already sorted: message, no change
   std::fflush(file);
   EXPECT_NE(std::string(log).find("\n*** error in projectDoSyncSortOfAveMinutes(): ave_minutes are "
@@ -277,6 +294,9 @@ TEST(ProjectCalendar, ArraysFollowResizeAndSortBothWays) {
   EXPECT_EQ(p->ave_len[CAL_VIEW_PLAIN], 90);
   EXPECT_EQ(p->resize_ave, 0);
   EXPECT_EQ(grown[89], getProjectAveMinutesForDayCount(a, 89));
+  int64_t grownSum = 0;
+  for (int c = 50; c < 90; ++c) grownSum += getProjectAveMinutesForDayCount(a, c);
+  EXPECT_EQ(getProjectAveMinutesBetweenDayCounts(a, sm, 50, 89), grownSum);
   EXPECT_NE(getProjectAveMinutesSorted(a, sm), nullptr);
   EXPECT_EQ(p->ave_sorted_len[CAL_VIEW_PLAIN], 90);
 
