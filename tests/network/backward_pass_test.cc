@@ -11,45 +11,12 @@
 #include "network/slack.h"
 #include "schedule/placement.h"
 #include "support/test_db.h"
+#include "pass_net.h"
 
-namespace passtest {
-struct Net;
-Net* newNet(int calendarDays);
-void deleteNet(Net* n);
-int32_t dayNum(int y, int m, int d);
-activity_type* task(Net* n, const char* name, int days, const char* parent);
-activity_type* container(Net* n, const char* name, const char* parent);
-void dep(Net* n, const char* pred, const char* succ, int type, int lagMinutes);
-void seal(Net* n);
-int runForward(Net* n);
-int runBackward(Net* n, bool dynamicRepass);
-activity_type* item(Net* n, const char* name);
-activity_type* copy(Net* n, const char* name);
-linked_list_type* items(Net* n);
-linked_list_type* ordered(Net* n);
-linked_list_type* roots(Net* n);
-linked_list_type* copies(Net* n);
-linked_list_type* backOrder(Net* n);
-linked_list_type* levelOrder(Net* n);
-project_type* project(Net* n);
-storage_manager_type* sm(Net* n);
-FILE* logOf(Net* n);
-std::string logText(Net* n);
-std::string lateStartOf(const activity_type* a);
-std::string lateFinishOf(const activity_type* a);
-}  // namespace passtest
 
 namespace {
 
 using namespace passtest;
-
-struct NetGuard {
-  NetGuard() : n(newNet(800)) {}
-  ~NetGuard() { deleteNet(n); }
-  NetGuard(const NetGuard&) = delete;
-  NetGuard& operator=(const NetGuard&) = delete;
-  Net* n;
-};
 
 // A(3 days) and B(b minutes of effort) both before C(1 day).
 void twoBeforeOne(Net* n, int bMinutes) {

@@ -26,22 +26,9 @@
 #include "calendar/dates.h"
 #include "calendar/project.h"
 #include "model/activity.h"
+#include "pass_net.h"
 
 // The network builder of the pass tests (forward_pass_test.cc).
-namespace passtest {
-struct Net;
-Net* newNet(int calendarDays);
-void deleteNet(Net* n);
-int32_t dayNum(int y, int m, int d);
-activity_type* task(Net* n, const char* name, int days, const char* parent);
-activity_type* container(Net* n, const char* name, const char* parent);
-void dep(Net* n, const char* pred, const char* succ, int type, int lagMinutes);
-void seal(Net* n);
-int runForward(Net* n);
-int runBackward(Net* n, bool dynamicRepass);
-activity_type* item(Net* n, const char* name);
-std::string logText(Net* n);
-}  // namespace passtest
 
 namespace {
 

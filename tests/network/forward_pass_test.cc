@@ -1,13 +1,5 @@
-// Forward pass scenarios on hand-built networks, and the network builder
-// the pass tests share (namespace passtest, declared again at the top of
-// each pass test file).
-//
-// The builder makes one project "PRJ" on the default calendar (2024-01-01,
-// a Monday, on; five-day week, 08:00-12:00 and 13:00-17:00), its project
-// item as the root, tasks and containers under it in the order given
-// (tasks after their predecessors, containers after their children), the
-// start and finish nodes, and the links the network construction would
-// make. Every record and list is released with the network.
+// Forward pass scenarios on hand-built networks, and the definition of the
+// network builder the pass tests share (declared in pass_net.h).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,6 +19,7 @@
 #include "network/forward_pass.h"
 #include "network/slack.h"
 #include "schedule/placement.h"
+#include "pass_net.h"
 
 namespace passtest {
 
@@ -337,15 +330,6 @@ std::string lateStartOf(const activity_type* a) {
 namespace {
 
 using namespace passtest;
-
-// A network released at the end of the test.
-struct NetGuard {
-  explicit NetGuard(int days = 800) : n(newNet(days)) {}
-  ~NetGuard() { deleteNet(n); }
-  NetGuard(const NetGuard&) = delete;
-  NetGuard& operator=(const NetGuard&) = delete;
-  Net* n;
-};
 
 // ----- chains, fan-in, fan-out ------------------------------------------------
 

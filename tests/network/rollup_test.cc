@@ -10,37 +10,12 @@
 #include "model/activity.h"
 #include "network/forward_pass.h"
 #include "network/rollup.h"
+#include "pass_net.h"
 
-namespace passtest {
-struct Net;
-Net* newNet(int calendarDays);
-void deleteNet(Net* n);
-int32_t dayNum(int y, int m, int d);
-activity_type* task(Net* n, const char* name, int days, const char* parent);
-activity_type* container(Net* n, const char* name, const char* parent);
-void dep(Net* n, const char* pred, const char* succ, int type, int lagMinutes);
-void seal(Net* n);
-int runForward(Net* n);
-activity_type* item(Net* n, const char* name);
-linked_list_type* items(Net* n);
-storage_manager_type* sm(Net* n);
-FILE* logOf(Net* n);
-std::string logText(Net* n);
-std::string startOf(const activity_type* a);
-std::string finishOf(const activity_type* a);
-}  // namespace passtest
 
 namespace {
 
 using namespace passtest;
-
-struct NetGuard {
-  NetGuard() : n(newNet(800)) {}
-  ~NetGuard() { deleteNet(n); }
-  NetGuard(const NetGuard&) = delete;
-  NetGuard& operator=(const NetGuard&) = delete;
-  Net* n;
-};
 
 void place(activity_type* a, int32_t start, int st, int32_t finish, int ft) {
   a->start_date = start;
