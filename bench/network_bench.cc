@@ -31,60 +31,10 @@
 #include "model/activity.h"
 #include "model/serial_names.h"
 #include "network/network_construction.h"
+#include "heap_meter.h"
 
-// ---------------------------------------------------------------------------
-// Allocation counting
-
-namespace {
-std::atomic<long long> gBytesNow{0};
-std::atomic<long long> gBytesPeak{0};
-
-void* countedAlloc(std::size_t n) {
-  void* p = std::malloc(n == 0 ? 1 : n);
-  if (p == nullptr) throw std::bad_alloc();
-  long long now = gBytesNow += static_cast<long long>(malloc_usable_size(p));
-  long long peak = gBytesPeak.load();
-  while (now > peak && !gBytesPeak.compare_exchange_weak(peak, now)) {
-  }
-  return p;
-}
-void countedFree(void* p) {
-  if (p == nullptr) return;
-  gBytesNow -= static_cast<long long>(malloc_usable_size(p));
-  std::free(p);
-}
-
-// Peak bytes allocated above the level at construction.
-class PeakMeter {
- public:
-  PeakMeter() : base_(gBytesNow.load()) { gBytesPeak = base_; }
-  double peakMB() const { return static_cast<double>(gBytesPeak.load() - base_) / (1 << 20); }
-
- private:
-  long long base_;
-};
-}  // namespace
-
-void* operator new(std::size_t n) { return countedAlloc(n); }
-void* operator new[](std::size_t n) { return countedAlloc(n); }
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-  try {
-    return countedAlloc(n);
-  } catch (...) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-  try {
-    return countedAlloc(n);
-  } catch (...) {
-    return nullptr;
-  }
-}
-void operator delete(void* p) noexcept { countedFree(p); }
-void operator delete[](void* p) noexcept { countedFree(p); }
-void operator delete(void* p, std::size_t) noexcept { countedFree(p); }
-void operator delete[](void* p, std::size_t) noexcept { countedFree(p); }
+using heap_meter::PeakMeter;
+using heap_meter::gBytesNow;
 
 // ---------------------------------------------------------------------------
 // Random networks

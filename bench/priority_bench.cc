@@ -28,35 +28,7 @@
 #include "model/activity.h"
 #include "model/assignment.h"
 #include "network/priority_order.h"
-
-// --- Heap accounting -----------------------------------------------------------
-
-namespace {
-std::atomic<long long> gInUse{0};
-std::atomic<long long> gPeak{0};
-constexpr size_t kHeader = 16;  // keeps the alignment of the block handed out
-}  // namespace
-
-void* operator new(size_t size) {
-  auto* p = static_cast<unsigned char*>(std::malloc(size + kHeader));
-  if (p == nullptr) throw std::bad_alloc();
-  *reinterpret_cast<size_t*>(p) = size;
-  const long long now = gInUse += static_cast<long long>(size);
-  long long peak = gPeak.load();
-  while (now > peak && !gPeak.compare_exchange_weak(peak, now)) {
-  }
-  return p + kHeader;
-}
-void operator delete(void* q) noexcept {
-  if (q == nullptr) return;
-  auto* p = static_cast<unsigned char*>(q) - kHeader;
-  gInUse -= static_cast<long long>(*reinterpret_cast<size_t*>(p));
-  std::free(p);
-}
-void* operator new[](size_t size) { return operator new(size); }
-void operator delete[](void* q) noexcept { operator delete(q); }
-void operator delete(void* q, size_t) noexcept { operator delete(q); }
-void operator delete[](void* q, size_t) noexcept { operator delete(q); }
+#include "heap_meter.h"
 
 namespace {
 
@@ -181,10 +153,9 @@ template <class Step>
 void measure(benchmark::State& state, Step step) {
   long long peak = 0;
   for (auto _ : state) {
-    const long long base = gInUse.load();
-    gPeak = base;
+    const heap_meter::PeakMeter meter;
     if (step() != 0) state.SkipWithError("the step failed");
-    peak = std::max(peak, gPeak.load() - base);
+    peak = std::max(peak, meter.peakBytes());
   }
   state.counters["peak_MB"] = static_cast<double>(peak) / (1024.0 * 1024.0);
   state.counters["items"] = static_cast<double>(state.range(0));

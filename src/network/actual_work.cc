@@ -433,26 +433,6 @@ int handleTaskInProgress(activity_type* a, activity_type* startNode, storage_man
 
 }  // namespace
 
-int activityMoveToNextAvailableDay(activity_type* this_act, storage_manager_type* smanager,
-                                   int32_t* day, FILE* file) {
-  int32_t d = *day;
-  for (int step = 0; step <= kMaxShortDays; ++step) {
-    if (isAvailable(this_act, d)) {
-      *day = d;
-      return 1;
-    }
-    int32_t found = d;
-    if (activityFindClosestAveHigherDateBasedOnProjectCalendar(this_act, &found, smanager, file) !=
-            1 ||
-        found < d) {
-      return 0;
-    }
-    // A day of 1 to 4 minutes is found but is not available: look past it.
-    d = found == d ? d + 1 : found;
-  }
-  return 0;
-}
-
 int doHandleWorksForTasksNoActuals(linked_list_type* activities_list,
                                    storage_manager_type* smanager, int D_OPTION, FILE* file) {
   try {

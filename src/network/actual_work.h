@@ -91,6 +91,7 @@
 #include "calendar/project.h"
 #include "model/activity.h"
 #include "model/linked_list.h"
+#include "schedule/calendar_reach.h"
 
 inline constexpr int ACT_ERR_PLACE_FROM_FINISH = 200198;  // placing failed
 inline constexpr int ACT_ERR_MOVE_WORK_FINISH = 200210;   // moving a work record's finish
@@ -98,13 +99,6 @@ inline constexpr int ACT_ERR_SHORTEN = 200211;            // shortening a task w
 inline constexpr int ACT_ERR_NO_AVE_DAY = 200217;         // no available day
 inline constexpr int ACT_ERR_NO_WORKING_FINISH = 200302;  // no working finish day
 inline constexpr int ACT_ERR_BACK_SHIFT = 200206;         // backward start-to-start shift failed
-inline constexpr int ACT_MIN_AVE_MINUTES = 5;             // minutes of an available day
-
-// Moves *day to the first available day at or after it (5 minutes or more
-// on the item's calendar view), growing the calendar when needed. 1 done,
-// 0 when there is none.
-int activityMoveToNextAvailableDay(activity_type* this_act, storage_manager_type* smanager,
-                                   int32_t* day, FILE* file);
 
 // Shortens every task without actual start (and not an outside item) whose
 // effort exceeds its longest assignment (contour length + minutes_per_day x

@@ -15,14 +15,14 @@
 #include <string>
 
 #include "calendar/dates.h"
-
 #include "network/actual_work.h"
 #include "network/backward_pass.h"
-#include "run/assignment_dates.h"
-#include "run/notification.h"
+#include "schedule/assignment_dates.h"
+#include "schedule/calendar_reach.h"
 #include "schedule/dependency_resolution.h"
 #include "schedule/item_times.h"
 #include "schedule/placement.h"
+#include "store/notification.h"
 #include "store/sequence_ids.h"
 #include "store/store.h"
 

@@ -119,3 +119,27 @@ int activityFindClosestAveLowerDateBasedOnProjectCalendar(activity_type* this_ac
   if (r == -1) r = activityFindClosestAveLowerDate(this_act, this_finish_date, smanager, 1, file);
   return r == -1 ? 0 : r;
 }
+
+namespace {
+constexpr int kMaxShortDaysSteppedOver = 366;  // days of 1..4 minutes stepped over
+}  // namespace
+
+int activityMoveToNextAvailableDay(activity_type* this_act, storage_manager_type* smanager,
+                                   int32_t* day, FILE* file) {
+  int32_t d = *day;
+  for (int step = 0; step <= kMaxShortDaysSteppedOver; ++step) {
+    if (getProjectAveMinutesForGivenJulianDate(this_act, d) >= ACT_MIN_AVE_MINUTES) {
+      *day = d;
+      return 1;
+    }
+    int32_t found = d;
+    if (activityFindClosestAveHigherDateBasedOnProjectCalendar(this_act, &found, smanager, file) !=
+            1 ||
+        found < d) {
+      return 0;
+    }
+    // A day of 1 to 4 minutes is found but is not available: look past it.
+    d = found == d ? d + 1 : found;
+  }
+  return 0;
+}

@@ -85,4 +85,12 @@ int activityFindClosestAveLowerDateBasedOnProjectCalendar(activity_type* this_ac
 // store: 0 or a negative SQL status.
 int scheduleExtendCalendar(project_type* proj, int32_t first_day, int32_t last_day, FILE* file);
 
+inline constexpr int ACT_MIN_AVE_MINUTES = 5;  // minutes of an available day
+
+// Moves *day to the first available day at or after it (5 minutes or more
+// on the item's calendar view), growing the calendar when needed. 1 done,
+// 0 when there is none.
+int activityMoveToNextAvailableDay(activity_type* this_act, storage_manager_type* smanager,
+                                   int32_t* day, FILE* file);
+
 #endif

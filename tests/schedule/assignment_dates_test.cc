@@ -11,7 +11,7 @@
 #include "calendar/project.h"
 #include "model/activity.h"
 #include "model/assignment.h"
-#include "run/assignment_dates.h"
+#include "schedule/assignment_dates.h"
 #include "support/test_db.h"
 
 namespace {

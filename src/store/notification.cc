@@ -1,7 +1,7 @@
 // FC_SEND_NOTIFY: time-stamped notification texts to the requesting user's
 // workflow item. See notification.h for the contract; the host procedures
 // behind the two calls are described in host/notification_procs.h.
-#include "run/notification.h"
+#include "store/notification.h"
 
 #include <cstring>
 #include <string>

@@ -1,5 +1,5 @@
 // Assignment date functions (see assignment_dates.h).
-#include "run/assignment_dates.h"
+#include "schedule/assignment_dates.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -9,7 +9,7 @@
 #include "calendar/work_times.h"
 #include "model/assignment.h"
 #include "model/dependency.h"
-#include "network/actual_work.h"
+#include "schedule/calendar_reach.h"
 #include "schedule/calendar_reach.h"
 #include "schedule/effort_sums.h"
 #include "schedule/item_format.h"

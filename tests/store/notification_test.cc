@@ -1,7 +1,7 @@
 // FC_SEND_NOTIFY on a real database: one workflow item per run, created by
 // the first notification and rewritten by the later ones; the empty-user
 // rule; the size rule near the message buffer's end.
-#include "run/notification.h"
+#include "store/notification.h"
 
 #include <gtest/gtest.h>
 

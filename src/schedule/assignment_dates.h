@@ -40,8 +40,8 @@
 //   offsets with the task's present ones; "tasks with assignments" are items
 //   of type 3 whose assignment list is not empty or whose hasAssignment is
 //   set.
-#ifndef LEVELER_RUN_ASSIGNMENT_DATES_H
-#define LEVELER_RUN_ASSIGNMENT_DATES_H
+#ifndef LEVELER_SCHEDULE_ASSIGNMENT_DATES_H
+#define LEVELER_SCHEDULE_ASSIGNMENT_DATES_H
 
 #include <cstdint>
 #include <cstdio>
@@ -101,4 +101,4 @@ int doRollupAssDTWithinTask(activity_type* this_act, storage_manager_type* smana
                             int* min_offset_start_time, int* min_offset_finish_time,
                             int PRINT_OPTION_EVEN_MORETHAN_BASIC, FILE* file);
 
-#endif  // LEVELER_RUN_ASSIGNMENT_DATES_H
+#endif  // LEVELER_SCHEDULE_ASSIGNMENT_DATES_H

@@ -32,8 +32,8 @@
 //
 // The form without a store works on db::currentStore() and logs to stdout
 // (the run's log); it returns db::kSqlNoConnection when no store is bound.
-#ifndef LEVELER_RUN_NOTIFICATION_H
-#define LEVELER_RUN_NOTIFICATION_H
+#ifndef LEVELER_STORE_NOTIFICATION_H
+#define LEVELER_STORE_NOTIFICATION_H
 
 #include <cstdio>
 
@@ -46,4 +46,4 @@ int FC_SEND_NOTIFY(db::Store& store, FILE* file, char* workflow_id, const char* 
                    char* message, const char* element_id, const char* rec_user,
                    int root_table_type);
 
-#endif  // LEVELER_RUN_NOTIFICATION_H
+#endif  // LEVELER_STORE_NOTIFICATION_H
