@@ -353,6 +353,15 @@ TEST(FictivePredecessorFailure, EveryRecordMadeByAFailedCallIsReleased) {
                 "!!! error !!! doCreateFictiveExternalPredWithCurrentDate: no ave days !!!"),
             std::string::npos);
 
+  // A current date past the loaded calendar needs the store to widen it;
+  // without one the call fails with the store's status and keeps nothing.
+  project_type* far = w.project("FAR", day(1, 1), day(1, 3));
+  w.projectItem(far, nullptr);
+  EXPECT_LT(w.fictive(far, kCalendarFirst + kCalendarDays + 10), 0);
+  EXPECT_EQ(ll_size(w.extProjects), 0);
+  EXPECT_EQ(ll_size(w.extPreds), 0);
+  EXPECT_EQ(ll_size(w.load), 2);
+
   // The project item already lists a "fictive" predecessor: 200156, and the
   // new project and item go again.
   project_type* a = w.project("PA", day(1, 1), day(1, 3));
@@ -443,8 +452,11 @@ TEST(ExternalPredecessor, AnEarlierOneMovesTheCreationDateALaterOneLeavesIt) {
   w.outsideItem("XB", day(1, 15), 2);  // Mon, Tue
   project_type* a = w.project("PA", day(1, 10), day(1, 1));
   project_type* b = w.project("PB", day(1, 10), day(1, 1));
+  project_type* n = w.project("PN", day(1, 10), day(1, 1));
   w.projectItem(a, nullptr);
   w.projectItem(b, nullptr);
+  activity_type* rn = w.projectItem(n, nullptr);
+  rn->offset_start_time = 45;
   w.link("XA", "PA", 1, 1);
   w.link("XB", "PB", 1, 1);
   w.seal();
@@ -461,6 +473,12 @@ TEST(ExternalPredecessor, AnEarlierOneMovesTheCreationDateALaterOneLeavesIt) {
   EXPECT_EQ(a->isOnExternalDep, 1);
   EXPECT_EQ(b->isOnExternalDep, 1);
   EXPECT_EQ(ll_size(w.onExt), 2);
+  // A project without outside predecessors keeps its dates but starts its
+  // day at the working start.
+  EXPECT_EQ(n->isOnExternalDep, 0);
+  EXPECT_EQ(n->create_date, day(1, 10));
+  EXPECT_EQ(rn->offset_start_time, 0);
+  EXPECT_EQ(text.find("Creation date of the Project PN"), std::string::npos);
   EXPECT_NE(text.find("External Dependency has been found for some Root-level Project"),
             std::string::npos);
 }
@@ -480,7 +498,7 @@ TEST(ExternalPredecessor, TheRunningBoundHoldsWithinOneRootsTreeUntilTheNextRoot
   w.task("T2", p2, created, 1, "P2");
   activity_type* s2 = w.projectItem(p2, "P1");
   w.task("T3", p3, created, 1, "P3");
-  w.projectItem(p3, "P1");
+  activity_type* s3 = w.projectItem(p3, "P1");
   w.task("T4", p4, created, 1, "P4");
   w.projectItem(p4, "P1");
   w.projectItem(p1, nullptr);
@@ -492,6 +510,7 @@ TEST(ExternalPredecessor, TheRunningBoundHoldsWithinOneRootsTreeUntilTheNextRoot
   w.link("XQ", "Q", 1, 1);
   w.seal();
   p2->alignWithExtPred = 0;  // so that its creation date goes back after the pass
+  s3->offset_start_time = 30;
 
   ASSERT_EQ(w.handle(), 0) << w.logText();
   const std::string text = w.logText();
@@ -506,6 +525,7 @@ TEST(ExternalPredecessor, TheRunningBoundHoldsWithinOneRootsTreeUntilTheNextRoot
   EXPECT_EQ(fromOf("P4"), created);    // after P3 nothing moves in this tree
   EXPECT_EQ(fromOf("Q"), day(1, 4));   // a new root starts afresh
   EXPECT_EQ(p3->isOnExternalDep, 0);
+  EXPECT_EQ(s3->offset_start_time, 0);  // counted with the fictive-only projects
   EXPECT_EQ(p2->create_date, created);  // original_create_date restored
   EXPECT_TRUE(holds(w.onExt, s2));
   EXPECT_EQ(ll_size(w.onExt), 4);
