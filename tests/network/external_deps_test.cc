@@ -19,6 +19,8 @@
 #include "model/activity.h"
 #include "model/dependency.h"
 #include "network/external_deps.h"
+#include "network/forward_pass.h"
+#include "network/slack.h"
 #include "schedule/placement.h"
 
 namespace {
@@ -635,6 +637,44 @@ TEST(RootRepass, RootsAreRealignedInRootOrder) {
   EXPECT_EQ(startOf(ra), "2024-01-01 08:00");
   EXPECT_NE(w.logText().find("Forward Re-pass of Root-level-projects"), std::string::npos);
   activityDelete(stray);
+}
+
+TEST(RootRepass, BackwardTheRootsFinishWithTheLatestRootAndTakeTheirChildrenAlong) {
+  World w;
+  project_type* a = w.project("PA", day(1, 1), day(1, 1));
+  project_type* b = w.project("PB", day(1, 1), day(1, 1));
+  w.task("TA", a, day(1, 1), 3, "PA");  // Mon .. Wed
+  w.projectItem(a, nullptr);
+  w.task("TB", b, day(1, 1), 5, "PB");  // Mon .. Fri
+  w.projectItem(b, nullptr);
+  w.seal();
+  ASSERT_EQ(doFinAlignActivitiesFrwdPass(w.roots, w.net, w.net, w.net, w.sm, 1, 1, 1, w.log), 0);
+  setNetworkNodesFromRoots(w.roots, w.net, nullptr, "start", "finish");
+  a->finish_date = b->finish_date = w.finishNode->finish_date;
+
+  // The backward passes work on copies of the items.
+  linked_list_type* copies = itemList();
+  for (linktype* l = w.net->phead; l != nullptr; l = l->pnext) {
+    ll_addtail(copies, activityCopyCreateNew(static_cast<activity_type*>(l->pcontents), w.log));
+  }
+  const int rc = doFinAlignRepasRootLevProjects(w.roots, copies, w.sm, 0, kOrigin, 0, 1, w.log);
+  auto copyOf = [&](const char* name) {
+    return static_cast<activity_type*>(ll_extract(copies, name));
+  };
+  EXPECT_EQ(rc, 0) << w.logText();
+  EXPECT_EQ(finishOf(copyOf("PA")), "2024-01-05 17:00");
+  EXPECT_EQ(startOf(copyOf("PA")), "2024-01-03 08:00");
+  EXPECT_EQ(startOf(copyOf("TA")), "2024-01-03 08:00");
+  EXPECT_EQ(finishOf(copyOf("PB")), "2024-01-05 17:00");
+  EXPECT_EQ(startOf(copyOf("TB")), "2024-01-01 08:00");
+  // The items themselves keep their early places.
+  EXPECT_EQ(startOf(w.find("TA")), "2024-01-01 08:00");
+  EXPECT_NE(w.logText().find("Final Backward Re-pass of the scope of Root-level-projects"),
+            std::string::npos);
+  for (linktype* l = copies->phead; l != nullptr; l = l->pnext) {
+    activityDelete(static_cast<activity_type*>(l->pcontents));
+  }
+  ll_delete(copies);
 }
 
 }  // namespace
