@@ -643,14 +643,19 @@ TEST(RootRepass, BackwardTheRootsFinishWithTheLatestRootAndTakeTheirChildrenAlon
   World w;
   project_type* a = w.project("PA", day(1, 1), day(1, 1));
   project_type* b = w.project("PB", day(1, 1), day(1, 1));
+  project_type* c = w.project("PC", day(1, 1), day(1, 1));
   w.task("TA", a, day(1, 1), 3, "PA");  // Mon .. Wed
   w.projectItem(a, nullptr);
-  w.task("TB", b, day(1, 1), 5, "PB");  // Mon .. Fri
+  w.task("TB", b, day(1, 1), 2, "PB");  // after PA: Thu, Fri
   w.projectItem(b, nullptr);
+  w.task("TC", c, day(1, 1), 7, "PC");  // Mon .. Tue of the next week
+  w.projectItem(c, nullptr);
+  w.link("PA", "PB", 1, 0);
   w.seal();
   ASSERT_EQ(doFinAlignActivitiesFrwdPass(w.roots, w.net, w.net, w.net, w.sm, 1, 1, 1, w.log), 0);
   setNetworkNodesFromRoots(w.roots, w.net, nullptr, "start", "finish");
-  a->finish_date = b->finish_date = w.finishNode->finish_date;
+  ASSERT_EQ(w.finishNode->finish_date, day(1, 9));
+  a->finish_date = b->finish_date = c->finish_date = w.finishNode->finish_date;
 
   // The backward passes work on copies of the items.
   linked_list_type* copies = itemList();
@@ -662,11 +667,12 @@ TEST(RootRepass, BackwardTheRootsFinishWithTheLatestRootAndTakeTheirChildrenAlon
     return static_cast<activity_type*>(ll_extract(copies, name));
   };
   EXPECT_EQ(rc, 0) << w.logText();
+  // Latest roots first: PB ends with PC, and PA must end before PB starts.
+  EXPECT_EQ(finishOf(copyOf("PB")), "2024-01-09 17:00");
+  EXPECT_EQ(startOf(copyOf("TB")), "2024-01-08 08:00");
   EXPECT_EQ(finishOf(copyOf("PA")), "2024-01-05 17:00");
-  EXPECT_EQ(startOf(copyOf("PA")), "2024-01-03 08:00");
   EXPECT_EQ(startOf(copyOf("TA")), "2024-01-03 08:00");
-  EXPECT_EQ(finishOf(copyOf("PB")), "2024-01-05 17:00");
-  EXPECT_EQ(startOf(copyOf("TB")), "2024-01-01 08:00");
+  EXPECT_EQ(startOf(copyOf("TC")), "2024-01-01 08:00");
   // The items themselves keep their early places.
   EXPECT_EQ(startOf(w.find("TA")), "2024-01-01 08:00");
   EXPECT_NE(w.logText().find("Final Backward Re-pass of the scope of Root-level-projects"),
