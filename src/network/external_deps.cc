@@ -129,21 +129,21 @@ struct CreatedInCall {
 int createFictive(project_type* this_proj, activity_type* this_act, int32_t current_date,
                   linked_list_type* activities_list, linked_list_type* ext_projects_list,
                   linked_list_type* ext_pred_list, storage_manager_type* smanager,
-                  int optimizeDepPred, const char* FICTIVE_PRED_NAME, int PRINT_OPTION,
-                  FILE* file, CreatedInCall* made) {
+                  int optimizeDepPred, const char* FICTIVE_PRED_NAME, int PRINT_OPTION, FILE* file,
+                  CreatedInCall* made) {
   project_type* fp = static_cast<project_type*>(ll_extract(ext_projects_list, FICTIVE_PRED_NAME));
   if (fp == nullptr) {
     fp = made->project =
         projectCopyCreateNew(this_proj, FICTIVE_PRED_NAME, FICTIVE_PRED_NAME, file);
     if (PRINT_OPTION) {
       logLine(file, "\ncreate a new fictive ext-pred-project %32s for the project: %32s\n",
-                   FICTIVE_PRED_NAME, this_proj->name);
+              FICTIVE_PRED_NAME, this_proj->name);
     }
   } else if (PRINT_OPTION) {
     logLine(file,
-                 "\nretrieve from the list the fictive ext-pred-project %32s for the project: "
-                 "%32s\n",
-                 FICTIVE_PRED_NAME, this_proj->name);
+            "\nretrieve from the list the fictive ext-pred-project %32s for the project: "
+            "%32s\n",
+            FICTIVE_PRED_NAME, this_proj->name);
   }
 
   const int32_t last = getProjectLastDayOfCalendar(this_proj);
@@ -154,13 +154,9 @@ int createFictive(project_type* this_proj, activity_type* this_act, int32_t curr
   int32_t day = current_date;
   if (getProjectAveMinutesForGivenJulianDate(this_act, day) < EXT_MIN_AVE_MINUTES &&
       activityMoveToNextAvailableDay(this_act, smanager, &day, file) != 1) {
-    logLine(file,
-                 "\n!!! error !!! doCreateFictiveExternalPredWithCurrentDate: no ave days !!!\n");
+    logLine(file, "\n!!! error !!! doCreateFictiveExternalPredWithCurrentDate: no ave days !!!\n");
     return EXT_ERR_NO_AVAILABLE_DAY;
   }
-  fp->create_date = day;
-  fp->current_date = day;
-
   activity_type* fict = static_cast<activity_type*>(ll_extract(ext_pred_list, FICTIVE_PRED_NAME));
   if (fict == nullptr) {
     const int32_t minutes = getProjectAveMinutesForGivenJulianDate(this_act, day);
@@ -182,7 +178,10 @@ int createFictive(project_type* this_proj, activity_type* this_act, int32_t curr
     made->predName = fict->name;
   }
 
-  // Success: the new records change hands.
+  // Success: the fictive project takes the date, the new records change
+  // hands.
+  fp->create_date = day;
+  fp->current_date = day;
   if (made->project != nullptr) ll_addtail(ext_projects_list, made->project);
   if (made->item != nullptr) {
     ll_addtail(ext_pred_list, made->item);
@@ -267,12 +266,12 @@ void alignProjectWithRoot(activity_type* root, const char* FINISH_NODE_NAME, int
   }
   if (PRINT_OPTION) {
     logLine(file, "\nCreation date of the Project %s will be changed from %d to %d", p->name,
-                 before, p->create_date);
+            before, p->create_date);
     logLine(file,
-                 "\n   project: current_date = %d start_date = %d finish_date = %d"
-                 "\n   item %s: start_date = %d finish_date = %d start_date_trun = %d\n",
-                 p->current_date, p->start_date, p->finish_date, root->name, root->start_date,
-                 root->finish_date, root->start_date_trun);
+            "\n   project: current_date = %d start_date = %d finish_date = %d"
+            "\n   item %s: start_date = %d finish_date = %d start_date_trun = %d\n",
+            p->current_date, p->start_date, p->finish_date, root->name, root->start_date,
+            root->finish_date, root->start_date_trun);
   }
 }
 
@@ -317,12 +316,13 @@ int handleExternal(linked_list_type* net, linked_list_type* root_act_list,
 
   setNetworkNodesFromRoots(root_act_list, net, nullptr, START_NODE_NAME, FINISH_NODE_NAME);
   if (PRINT_OPTION && startNode != nullptr && finishNode != nullptr) {
-    logLine(file, "\nProjects (with extern Pred) Tree After Forward Pass: min_sd = %d max_fd = %d\n",
-                 startNode->start_date + 1, finishNode->finish_date);
+    logLine(file,
+            "\nProjects (with extern Pred) Tree After Forward Pass: min_sd = %d max_fd = %d\n",
+            startNode->start_date + 1, finishNode->finish_date);
     for (linktype* l = projects_list->phead; l != nullptr; l = l->pnext) {
       project_type* p = static_cast<project_type*>(l->pcontents);
-      logLine(file, "   %s: create_date = %d start_date = %d finish_date = %d ext = %d\n",
-                   p->name, p->create_date, p->start_date, p->finish_date, p->isOnExternalDep);
+      logLine(file, "   %s: create_date = %d start_date = %d finish_date = %d ext = %d\n", p->name,
+              p->create_date, p->start_date, p->finish_date, p->isOnExternalDep);
     }
   }
   return 0;
@@ -423,8 +423,7 @@ int repassRoots(linked_list_type* root_act_list, linked_list_type* activities_li
   activity_type* startNode = headItem(activities_list);
   activity_type* finishNode = tailItem(activities_list);
   for (linktype* l = root_act_list->phead; l != nullptr; l = l->pnext) {
-    activity_type* r = findItem(activities_list,
-                                static_cast<activity_type*>(l->pcontents)->name);
+    activity_type* r = findItem(activities_list, static_cast<activity_type*>(l->pcontents)->name);
     if (r == nullptr || r == startNode || r == finishNode) continue;
     if (isForwardPass) {
       ll_addtail(roots, r);
@@ -436,32 +435,28 @@ int repassRoots(linked_list_type* root_act_list, linked_list_type* activities_li
     if (startNode != nullptr) ll_addhead(roots, startNode);
     if (finishNode != nullptr) ll_addtail(roots, finishNode);
     if (PRINT_OPTION_BASIC) logLine(file, "\nForward Re-pass of Root-level-projects\n");
-    return doFinAlignActivitiesFrwdPass(root_act_list, roots, activities_list, activities_list,
-                                        sm, 1, 0, 1, file);
+    return doFinAlignActivitiesFrwdPass(root_act_list, roots, activities_list, activities_list, sm,
+                                        1, 0, 1, file);
   }
   if (finishNode != nullptr) ll_addhead(roots, finishNode);
   if (startNode != nullptr) ll_addtail(roots, startNode);
   if (PRINT_OPTION_BASIC) {
     logLine(file, "\nFinal Backward Re-pass of the scope of Root-level-projects\n");
   }
-  return doFinAlignActivitiesBcwdPass(root_act_list, roots, activities_list, activities_list, sm,
-                                      1, 0, 1, file);
+  return doFinAlignActivitiesBcwdPass(root_act_list, roots, activities_list, activities_list, sm, 1,
+                                      0, 1, file);
 }
 
 }  // namespace
 
-int doCreateFictiveExternalPredWithCurrentDate(project_type* this_proj, activity_type* this_act,
-                                               int32_t current_date,
-                                               linked_list_type* activities_list,
-                                               linked_list_type* ext_projects_list,
-                                               linked_list_type* ext_pred_list,
-                                               storage_manager_type* smanager, int optimizeDepPred,
-                                               const char* FICTIVE_PRED_NAME, int PRINT_OPTION,
-                                               FILE* file) {
+int doCreateFictiveExternalPredWithCurrentDate(
+    project_type* this_proj, activity_type* this_act, int32_t current_date,
+    linked_list_type* activities_list, linked_list_type* ext_projects_list,
+    linked_list_type* ext_pred_list, storage_manager_type* smanager, int optimizeDepPred,
+    const char* FICTIVE_PRED_NAME, int PRINT_OPTION, FILE* file) {
   CreatedInCall made;
-  int lineNum = __LINE__;
+  const int lineNum = __LINE__;
   try {
-    lineNum = __LINE__;
     int rc = createFictive(this_proj, this_act, current_date, activities_list, ext_projects_list,
                            ext_pred_list, smanager, optimizeDepPred, FICTIVE_PRED_NAME,
                            PRINT_OPTION, file, &made);
@@ -470,10 +465,10 @@ int doCreateFictiveExternalPredWithCurrentDate(project_type* this_proj, activity
   } catch (...) {
     made.undo();
     logLine(file,
-                 "\n***** error(2) in Lev_resolveDepOracleDB "
-                 "(doCreateFictiveExternalPredWithCurrentDate) throw exception to upper level: "
-                 "LineNum = %d\n",
-                 lineNum);
+            "\n***** error(2) in Lev_resolveDepOracleDB "
+            "(doCreateFictiveExternalPredWithCurrentDate) throw exception to upper level: "
+            "LineNum = %d\n",
+            lineNum);
     throw;
   }
 }
@@ -488,8 +483,8 @@ int doHandleExternalAndFictiveDependencesOnProjectsNodes(
                           smanager, optionCalculEsEfLsLf, FICTIVE_PRED_NAME, PRINT_OPTION, file);
   } catch (...) {
     logLine(file,
-                 "\n****** error in doHandleExternalAndFictiveDependencesOnProjectsNodes: throw "
-                 "exception to upper level\n");
+            "\n****** error in doHandleExternalAndFictiveDependencesOnProjectsNodes: throw "
+            "exception to upper level\n");
     throw;
   }
 }
@@ -503,8 +498,8 @@ int doRemoveFictiveDependencesFromNetwork(linked_list_type* act_tmp_list,
     return 0;
   } catch (...) {
     logLine(file,
-                 "\n****** error in doRemoveFictiveDependencesFromNetwork: throw exception to "
-                 "upper level\n");
+            "\n****** error in doRemoveFictiveDependencesFromNetwork: throw exception to "
+            "upper level\n");
     throw;
   }
 }
@@ -522,8 +517,8 @@ int doFinAlignRepasRootLevProjects(linked_list_type* root_act_list,
   } catch (...) {
     ll_delete(roots);
     logLine(file,
-                 "\n****** error in doFinAlignRepasRootLevProjects: throw exception to upper "
-                 "level\n");
+            "\n****** error in doFinAlignRepasRootLevProjects: throw exception to upper "
+            "level\n");
     throw;
   }
 }

@@ -87,14 +87,11 @@ inline constexpr int EXT_ERR_PRED_ENTRY = 200156;
 // Minutes a day needs to count as available for the fictive item.
 inline constexpr int EXT_MIN_AVE_MINUTES = 5;
 
-int doCreateFictiveExternalPredWithCurrentDate(project_type* this_proj, activity_type* this_act,
-                                               int32_t current_date,
-                                               linked_list_type* activities_list,
-                                               linked_list_type* ext_projects_list,
-                                               linked_list_type* ext_pred_list,
-                                               storage_manager_type* smanager, int optimizeDepPred,
-                                               const char* FICTIVE_PRED_NAME, int PRINT_OPTION,
-                                               FILE* file);
+int doCreateFictiveExternalPredWithCurrentDate(
+    project_type* this_proj, activity_type* this_act, int32_t current_date,
+    linked_list_type* activities_list, linked_list_type* ext_projects_list,
+    linked_list_type* ext_pred_list, storage_manager_type* smanager, int optimizeDepPred,
+    const char* FICTIVE_PRED_NAME, int PRINT_OPTION, FILE* file);
 
 // act_tmp_list is the ordered network list (start node first, finish node
 // last).

@@ -3,6 +3,8 @@
 // Friday, 08:00-12:00 and 13:00-17:00), outside items of a project "EXT"
 // that is not part of the run, and the fictive item standing for the
 // current date.
+#include "network/external_deps.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +20,6 @@
 #include "calendar/project.h"
 #include "model/activity.h"
 #include "model/dependency.h"
-#include "network/external_deps.h"
 #include "network/forward_pass.h"
 #include "network/slack.h"
 #include "schedule/placement.h"
@@ -111,8 +112,8 @@ struct World {
 
   // A project item; a root of the run when parent is null.
   activity_type* projectItem(project_type* p, const char* parent) {
-    activity_type* a = activityCreateNew(p->name, 1, p, p->create_date, p->create_date,
-                                         10 * 480, 0, 0);
+    activity_type* a =
+        activityCreateNew(p->name, 1, p, p->create_date, p->create_date, 10 * 480, 0, 0);
     ll_addtail(load, a);
     if (parent == nullptr) {
       ll_addtail(roots, a);
@@ -202,14 +203,13 @@ struct World {
   int fictive(project_type* p, int32_t current, int optimizeDepPred = 1,
               const char* name = "fictive") {
     activity_type* root = static_cast<activity_type*>(ll_extract(load, p->name));
-    return doCreateFictiveExternalPredWithCurrentDate(p, root, current, load, extProjects,
-                                                      extPreds, sm, optimizeDepPred, name, 1,
-                                                      log);
+    return doCreateFictiveExternalPredWithCurrentDate(p, root, current, load, extProjects, extPreds,
+                                                      sm, optimizeDepPred, name, 1, log);
   }
 
   int handle() {
-    return doHandleExternalAndFictiveDependencesOnProjectsNodes(net, roots, projects, onExt, sm,
-                                                                1, kOrigin, "fictive", 1, log);
+    return doHandleExternalAndFictiveDependencesOnProjectsNodes(net, roots, projects, onExt, sm, 1,
+                                                                kOrigin, "fictive", 1, log);
   }
   int remove() { return doRemoveFictiveDependencesFromNetwork(net, onExt, "fictive", 1, log); }
 
@@ -337,8 +337,8 @@ TEST(FictivePredecessor, AWorkingCurrentDateIsKeptAndEachScenarioNameGetsItsOwnR
   activity_type* f2 = w.find("fictive2");
   ASSERT_NE(f1, nullptr);
   ASSERT_NE(f2, nullptr);
-  EXPECT_EQ(f1->start_date, day(1, 10));  // Wednesday: stays
-  EXPECT_EQ(f2->start_date, day(1, 12));  // Friday
+  EXPECT_EQ(f1->start_date, day(1, 10));    // Wednesday: stays
+  EXPECT_EQ(f2->start_date, day(1, 12));    // Friday
   EXPECT_EQ(w.load->phead->pcontents, f2);  // the newest at the head
 }
 
@@ -351,9 +351,9 @@ TEST(FictivePredecessorFailure, EveryRecordMadeByAFailedCallIsReleased) {
   EXPECT_EQ(ll_size(w.extProjects), 0);
   EXPECT_EQ(ll_size(w.extPreds), 0);
   EXPECT_EQ(ll_size(w.load), 1);
-  EXPECT_NE(w.logText().find(
-                "!!! error !!! doCreateFictiveExternalPredWithCurrentDate: no ave days !!!"),
-            std::string::npos);
+  EXPECT_NE(
+      w.logText().find("!!! error !!! doCreateFictiveExternalPredWithCurrentDate: no ave days !!!"),
+      std::string::npos);
 
   // A current date past the loaded calendar needs the store to widen it;
   // without one the call fails with the store's status and keeps nothing.
@@ -517,7 +517,8 @@ TEST(ExternalPredecessor, TheRunningBoundHoldsWithinOneRootsTreeUntilTheNextRoot
   ASSERT_EQ(w.handle(), 0) << w.logText();
   const std::string text = w.logText();
   auto fromOf = [&](const char* name) {
-    std::string key = std::string("Creation date of the Project ") + name + " will be changed from ";
+    std::string key =
+        std::string("Creation date of the Project ") + name + " will be changed from ";
     size_t at = text.find(key);
     return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + key.size());
   };
