@@ -196,8 +196,8 @@ class Reader {
   int firstPass(const char* projectId, int32_t* rows);
   int secondPass(project_type* p, const char* projectId);
   int processRow(project_type* p, const char* projectId, AssRow& r);
-  int readDayWork(const char* projectId, const AssRow& r, activity_type* act, work_type* work,
-                  int32_t origin, bool* foundFirst, int32_t* lastDay, int32_t* lastMinutes,
+  int readDayWork(const char* projectId, const AssRow& r, work_type* work, int32_t origin,
+                  bool* foundFirst, int32_t* lastDay, int32_t* lastMinutes,
                   int32_t* lastActualRemaining);
   int32_t contouredDuration(activity_type* act, work_type* work, int32_t lastDay,
                             int32_t lastMinutes, bool* ok);
@@ -388,10 +388,12 @@ int Reader::secondPass(project_type* p, const char* projectId) {
     int32_t rc = cursor.fetch(
         {db::HostVar(r.taskId, &r.taskInd), db::HostVar(r.assignmentId, &r.assignmentInd),
          db::HostVar(r.resourceId, &r.resourceInd), db::HostVar(r.proposedWork, &r.proposedInd),
-         db::HostVar(r.remainingWork, &r.remainingInd), db::HostVar(r.actualStart, &r.actualStartInd),
+         db::HostVar(r.remainingWork, &r.remainingInd),
+         db::HostVar(r.actualStart, &r.actualStartInd),
          db::HostVar(r.actualStartNull, &ind[0]), db::HostVar(r.actualFinish, &r.actualFinishInd),
          db::HostVar(r.actualFinishNull, &ind[1]), db::HostVar(r.workTodate, &r.todateInd),
-         db::HostVar(r.lastSubmitted, &r.lastSubmittedInd), db::HostVar(r.lastSubmittedNull, &ind[2]),
+         db::HostVar(r.lastSubmitted, &r.lastSubmittedInd),
+         db::HostVar(r.lastSubmittedNull, &ind[2]),
          db::HostVar(r.cContour, &r.cContourInd), db::HostVar(r.contourType, &r.contourTypeInd),
          db::HostVar(r.cEffort, &r.cEffortInd), db::HostVar(r.unitsMsp, &r.unitsInd),
          db::HostVar(r.unresolvedStart, &r.unresolvedStartInd),
@@ -484,10 +486,9 @@ int32_t Reader::contouredDuration(activity_type* act, work_type* work, int32_t l
   return total;
 }
 
-int Reader::readDayWork(const char* projectId, const AssRow& r, activity_type* act,
-                        work_type* work, int32_t origin, bool* foundFirst, int32_t* lastDay,
-                        int32_t* lastMinutes, int32_t* lastActualRemaining) {
-  (void)act;
+int Reader::readDayWork(const char* projectId, const AssRow& r, work_type* work, int32_t origin,
+                        bool* foundFirst, int32_t* lastDay, int32_t* lastMinutes,
+                        int32_t* lastActualRemaining) {
   const bool inProgress = work->hasActualStart && !work->hasActualFinish;
   db::Cursor days(store_);
   char fromDay[DATE_TEXT_SIZE];
@@ -676,7 +677,7 @@ int Reader::processRow(project_type* p, const char* projectId, AssRow& r) {
   // Day work.
   bool foundFirst = false;
   int32_t lastDay = 0, lastMinutes = 0, lastActualRemaining = 0;
-  int rc = readDayWork(projectId, r, act, work, origin, &foundFirst, &lastDay, &lastMinutes,
+  int rc = readDayWork(projectId, r, work, origin, &foundFirst, &lastDay, &lastMinutes,
                        &lastActualRemaining);
   if (rc != 0) return rc;
 
