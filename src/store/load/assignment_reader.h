@@ -25,6 +25,10 @@
 // assignments by resource sequence ids (created when missing); otherwise the
 // element and resource ids are the names.
 //
+// Cost: linear in rows. Tasks and assignments are found through hash maps
+// built once per call (by record name); each assignment's days are one
+// range of the (PROJECT_ID, TSK_ASSIGNMENT_ID, DAY_YEAR) index.
+//
 // Result: 0; a negative SQL status (after "error (1) in
 // Lev_resolveDepOracleDB (doReadAssignmentsUnderProjectsDB)"); 200215 when a
 // project's sequence id cannot be translated back (D-27); 200216 when a
