@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -182,6 +183,13 @@ class Builder {
     }
     return workdays[static_cast<size_t>(w)];
   }
+  // The day of a working-day index as YYYY-MM-DD, kept once made.
+  const std::string& wdText(int w) {
+    while (static_cast<int>(wdTexts_.size()) <= w) {
+      wdTexts_.push_back(dayText(wdDay(static_cast<int>(wdTexts_.size()))));
+    }
+    return wdTexts_[static_cast<size_t>(w)];
+  }
   // First working-day index whose day is on or after `day`.
   int wdOnOrAfter(int32_t day) {
     int w = 0;
@@ -210,6 +218,7 @@ class Builder {
 
   int taskCounter_ = 0;
   int containerCounter_ = 0;
+  std::vector<std::string> wdTexts_;
 };
 
 int Builder::addNode(int kind, int parent, int project, int level, const std::string& id) {
@@ -297,8 +306,20 @@ void Builder::addDependencies() {
             pred = other.tasks[static_cast<size_t>(below(static_cast<int>(other.tasks.size())))];
           }
         } else if (k > 0) {
-          const int window = std::min(static_cast<int>(k), 20);
-          pred = proj.tasks[k - 1 - static_cast<size_t>(below(window))];
+          // Mostly an earlier task of the same lowest container, else any
+          // earlier task of the project: chains stay as long as a container
+          // plus a few hops, so that the schedule's span grows with the log
+          // of the project's size, not with the size.
+          size_t siblings = 0;
+          while (siblings < k && nodes[static_cast<size_t>(proj.tasks[k - 1 - siblings])].parent ==
+                                     nodes[static_cast<size_t>(succ)].parent) {
+            ++siblings;
+          }
+          if (siblings > 0 && unit() < 0.7) {
+            pred = proj.tasks[k - 1 - static_cast<size_t>(below(static_cast<int>(siblings)))];
+          } else {
+            pred = proj.tasks[static_cast<size_t>(below(static_cast<int>(k)))];
+          }
         }
         if (pred >= 0) addDep(seen, pred, succ, randomType(), randomLag());
       }
@@ -518,21 +539,95 @@ void Builder::build() {
   }
 }
 
-// Writes the rows; remembers the first failure.
+// Writes the rows; remembers the first failure. Rows of one single-row
+// insert ("insert into T (...) values (...)") are queued and written
+// kRowsPerStatement to a statement ("values (...),(...),..."): the same
+// two statement texts per table all along, and a fraction of the
+// per-statement work of the store and the database.
 class Writer {
  public:
+  static constexpr size_t kRowsPerStatement = 100;
+
   explicit Writer(db::Store& store) : store_(store) {}
+
   bool exec(const char* sql, const std::vector<db::In>& in) {
     if (rc_ != 0) return false;
     const int32_t rc = store_.execute(sql, db::Binds(in));
     if (rc != 0) rc_ = rc < 0 ? rc : -1;
     return rc_ == 0;
   }
+
+  // Queues one row of `sql` (a constant: batches are keyed by its address).
+  void add(const char* sql, std::initializer_list<db::In> row) {
+    Batch& b = batches_[sql];
+    if (b.head.empty()) {
+      const std::string text(sql);
+      const size_t at = text.find(" values ") + 8;
+      b.head = text.substr(0, at);
+      b.row = text.substr(at);
+    }
+    for (const db::In& in : row) {
+      Slot slot;
+      slot.kind = in.kind();
+      slot.integer = in.integer();
+      slot.real = in.real();
+      if (slot.kind == db::In::Kind::kText) slot.text = std::string(in.text());
+      b.slots.push_back(std::move(slot));
+    }
+    if (++b.rows == kRowsPerStatement) flush(b);
+  }
+
+  // Writes every queued row.
+  void flush() {
+    for (auto& [sql, b] : batches_) flush(b);
+  }
+
   int32_t rc() const { return rc_; }
 
  private:
+  struct Slot {
+    db::In::Kind kind = db::In::Kind::kNull;
+    int64_t integer = 0;
+    double real = 0;
+    std::string text;
+  };
+  struct Batch {
+    std::string head, row, fullText;
+    std::vector<Slot> slots;
+    size_t rows = 0;
+  };
+
+  void flush(Batch& b) {
+    if (b.rows == 0) return;
+    std::string partial;
+    std::string* text = &b.fullText;
+    if (b.rows != kRowsPerStatement || b.fullText.empty()) {
+      std::string& t = b.rows == kRowsPerStatement ? b.fullText : partial;
+      t = b.head;
+      for (size_t r = 0; r < b.rows; ++r) t += (r == 0 ? "" : ",") + b.row;
+      text = &t;
+    }
+    std::vector<db::In> in;
+    in.reserve(b.slots.size());
+    for (const Slot& slot : b.slots) {
+      switch (slot.kind) {
+        case db::In::Kind::kText: in.emplace_back(std::string_view(slot.text)); break;
+        case db::In::Kind::kInteger: in.emplace_back(slot.integer); break;
+        case db::In::Kind::kReal: in.emplace_back(slot.real); break;
+        default: in.push_back(db::In::null()); break;
+      }
+    }
+    if (rc_ == 0) {
+      const int32_t rc = store_.execute(*text, db::Binds(in));
+      if (rc != 0) rc_ = rc < 0 ? rc : -1;
+    }
+    b.slots.clear();
+    b.rows = 0;
+  }
+
   db::Store& store_;
   int32_t rc_ = 0;
+  std::map<const char*, Batch> batches_;
 };
 
 std::string stamp(int32_t day, const char* clock) { return dayText(day) + " " + clock; }
@@ -607,7 +702,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
       percent = 50;
     }
     const int32_t typeId = n.kind == kTaskType ? kTaskType : (n.kind == kProjectType ? kProjectType : kContainerType);
-    w.exec(kInsertWbs,
+    w.add(kInsertWbs,
            {proj.id, n.parent >= 0 ? db::In(parent) : kNull, n.id, n.id, n.rank, n.id,
             int32_t{n.ordinal}, int32_t{n.level}, typeId, int32_t{n.priority}, int32_t{n.priority},
             int32_t{0}, start, finish, calDays, start, finish, calDays,
@@ -632,7 +727,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
     const Node& s = b.nodes[static_cast<size_t>(dep.succ)];
     const Project& pp = b.projects[static_cast<size_t>(p.project)];
     const Project& sp = b.projects[static_cast<size_t>(s.project)];
-    w.exec(kInsertDependency, {p.id, s.id, pp.id, sp.id, int32_t{dep.type},
+    w.add(kInsertDependency, {p.id, s.id, pp.id, sp.id, int32_t{dep.type},
                                int32_t{dep.lagDays < 0 ? 1 : 0},
                                int32_t{std::abs(dep.lagDays) * kMinutesPerDay}});
     ++d.dependencies;
@@ -655,19 +750,19 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
   for (int32_t h : b.holidays) {
     if (h < calFrom || h > calTo) continue;
     const std::string day = dayText(h);
-    w.exec(kInsertCalendarException, {std::string_view("CAL_BASE"), day, freeHex});
+    w.add(kInsertCalendarException, {std::string_view("CAL_BASE"), day, freeHex});
   }
   int rootOrdinal = 0;
   for (const Project& p : b.projects) {
     const Node& pn = b.nodes[static_cast<size_t>(p.node)];
-    w.exec(kInsertProjectDetails, {p.id});
+    w.add(kInsertProjectDetails, {p.id});
     const std::string calRank = "CAL" + pn.rank;
     w.exec(kInsertCalendar, {p.id, std::string_view("CAL_BASE"), calRank, p.id,
                              int32_t{kMinutesPerDay}, workHex, workHex, workHex, workHex, workHex,
                              freeHex, freeHex});
-    for (int32_t day = calFrom; day <= calTo && w.rc() == 0; ++day) {
+    for (int32_t day = calFrom; day <= calTo; ++day) {
       const std::string text = dayText(day);
-      w.exec(kInsertCalendarDay,
+      w.add(kInsertCalendarDay,
              {p.id, text, int32_t{julianToWeekDay(day)}, b.isWorkday(day) ? workHex : freeHex});
       ++d.calendarDayRows;
     }
@@ -697,7 +792,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
     for (int r = 1; r <= pool; ++r) {
       const std::string id = numbered("RES", 5, r);
       const std::string name = "Resource " + std::to_string(r);
-      w.exec(kInsertResource, {id, name});
+      w.add(kInsertResource, {id, name});
     }
     d.resources = pool;
     int64_t assignment = 0;
@@ -726,7 +821,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
         // REMAINING_WORK as the assignment reader computes it
         // ((ETC - SCHED_WORK - PLANNED_WORK) + WORK_TODATE) is the work
         // not yet done.
-        w.exec(kInsertAssignment,
+        w.add(kInsertAssignment,
                {id, proj.id, n.id, resource, work, todate, work - todate, todate,
                 n.status != kNotStarted ? db::In(start) : kNull,
                 n.status == kFinished ? db::In(finish) : kNull,
@@ -735,8 +830,8 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
         ++d.assignments;
         for (int k = n.es; k < n.ef; ++k) {
           const bool past = n.status != kNotStarted && k < b.asOfWd;
-          const std::string day = dayText(b.wdDay(k));
-          w.exec(kInsertDayWork, {proj.id, n.id, id, resource, parent, day,
+          const std::string& day = b.wdText(k);
+          w.add(kInsertDayWork, {proj.id, n.id, id, resource, parent, day,
                                   int32_t{kMinutesPerDay}, int32_t{past ? kMinutesPerDay : 0},
                                   int32_t{past ? 1 : 0}, workHex});
           ++d.dayWorkRows;
@@ -745,6 +840,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
     }
   }
 
+  w.flush();
   d.asOf = stamp(b.asOfDay, "00:00:00.000000");
   int32_t firstStart = b.projects.empty() ? b.firstMonday : b.projects.back().startDay;
   for (const Project& p : b.projects) firstStart = std::min(firstStart, p.startDay);

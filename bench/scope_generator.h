@@ -14,7 +14,10 @@
 //   start-to-start, 2 finish-to-finish, 3 start-to-finish) with lags and
 //   leads of whole days (LEAD_OR_LAG_TYPE 1 and a positive AMOUNT for a
 //   lead; AMOUNT in working minutes, 480 to the day): mostly between tasks
-//   of one project, a share between projects of the run, a share with a
+//   of one project (seven in ten from an earlier task of the same lowest
+//   container, the rest from any earlier task of the project, so that the
+//   schedule's span grows with the logarithm of a project's size rather
+//   than with its size), a share between projects of the run, a share with a
 //   container at one end (a container succeeds only finish-to-start or
 //   start-to-start, and precedes only finish-to-start or finish-to-finish:
 //   the kinds whose meaning for a whole container is plain), and, with
@@ -62,8 +65,11 @@
 // LEVEL_ID is 1 for a root project and one more per level below.
 //
 // Speed: one transaction (the store's; LEVEL_COMMIT at the end when
-// `commit` is set), one statement text per table, so that each is prepared
-// once and reused for every row.
+// `commit` is set); rows are inserted a hundred to a statement ("values
+// (...),(...),..."), so each table has one statement text for full batches
+// (prepared once, reused) and one for its last, shorter batch. Release
+// build, 100,000 tasks (about 940,000 rows with the calendars, assignments
+// and day rows): some 4.3 s of processor time (bench/scope_generator_bench).
 //
 // Results: 0, or the negative status of the first failing statement (the
 // rows written before it stay in the open transaction).

@@ -35,7 +35,8 @@
 //     finish-to-start  EF(p) + L        start-to-start  ES(p) + L
 //     finish-to-finish EF(p) + L - d    start-to-finish ES(p) + L - d
 //   (before the bound, a task starts at the bound: no item starts before the
-//   project's start or the current date).
+//   project's start or the current date; a task without predecessors starts
+//   at its bound, whatever dates its row holds).
 // - A container or project item spans its children: ES = the earliest child
 //   ES, EF = the latest child EF (and LS, LF likewise over the late dates).
 //   As a successor it takes only finish-to-start and start-to-start (its
@@ -64,6 +65,14 @@
 // efforts or lags that are not whole days, tasks of no effort, dependency
 // cycles. Actual work, constraints and assignments are not read: the scope
 // must have none.
+//
+// Use, after a run over a generated simple scope (scope_generator.h):
+//   auto s = textbook::computeSchedule(store, scope.projects, scope.asOf);
+//   ASSERT_TRUE(s.problems.empty());
+//   auto diff = textbook::compareWithTable(store, s, "KOR_WBS");
+//   EXPECT_TRUE(diff.empty()) << textbook::describe(diff);
+// (Lev_kor_wbs holds the results between the writers and the copy back into
+// KOR_WBS; the run's clean-up empties it.)
 #ifndef LEVELER_TESTS_SUPPORT_TEXTBOOK_SCHEDULE_H
 #define LEVELER_TESTS_SUPPORT_TEXTBOOK_SCHEDULE_H
 
