@@ -9,23 +9,10 @@
 #include "model/assignment.h"
 #include "network/load_sequence.h"
 #include "network/processing_sequence.h"
+#include "scope_generator.h"
 
 namespace scopegen {
 namespace {
-
-// The driver's copy of the run's WBS into the work table.
-constexpr const char* kCopyWbs =
-    "insert into Lev_kor_wbs (PROJECT_ID,RANK,ELEMENT_ID,LEVEL_ID,PRIORITY,CALC_PRIORITY,"
-    "TYPE_ID,MINUTE_PER_DAY,PLANNED_DURATION,SCHED_DURATION,PROPOSED_START,START_DT,"
-    "UNRESOLVED_START,UNRESOLVED_FINISH,UNRESOLVED_DURATION,CONSTRAINT_TYPE,CONSTRAINT_DT,"
-    "LEVEL_INDEX,LEVEL_CONFLICT,LEVEL_START,LEVEL_FINISH,LEVEL_DURATION,TOTAL_SLACK,"
-    "LEVEL_STATE,TASK_TYPE,ROLLUP_BITS) select W.PROJECT_ID ,W.RANK ,W.ELEMENT_ID ,W.LEVEL_ID ,"
-    "T.PRIORITY ,W.CALC_PRIORITY ,W.TYPE_ID ,W.MINUTE_PER_DAY ,W.PLANNED_DURATION ,"
-    "W.SCHED_DURATION ,W.PROPOSED_START ,W.START_DT ,W.UNRESOLVED_START ,W.UNRESOLVED_FINISH ,"
-    "W.UNRESOLVED_DURATION ,W.CONSTRAINT_TYPE ,W.CONSTRAINT_DT ,W.LEVEL_INDEX ,"
-    "W.LEVEL_CONFLICT ,W.LEVEL_START ,W.LEVEL_FINISH ,W.LEVEL_DURATION ,W.TOTAL_SLACK ,"
-    "W.LEVEL_STATE ,W.TASK_TYPE ,W.ROLLUP_BITS  from KOR_WBS W ,NAV_TMP_PROJECTS_00 T "
-    "where W.PROJECT_ID=T.ELEMENT_ID";
 
 // A project and the projects below it in the WBS, not deleted.
 constexpr const char* kSelectProjects =
@@ -58,11 +45,10 @@ void forEachElement(linked_list_type* list, F f) {
 void prepareRunWorkTables(db::Store& store, const std::vector<std::string>& roots,
                           std::vector<std::string>* errors) {
   expectOk(store, store.execute("delete from NAV_TMP_PROJECTS_00"), "clear project list", errors);
-  expectOk(store, store.execute("delete from Lev_kor_wbs"), "clear work copy", errors);
   for (const std::string& id : roots) {
     expectOk(store, store.execute(kSelectProjects, {id, id}), "select projects", errors);
   }
-  expectOk(store, store.execute(kCopyWbs), "copy WBS", errors);
+  expectOk(store, copyWbsToWorkTable(store), "copy WBS", errors);
 }
 
 ScopeRun::ScopeRun(db::Store& store, const ScopeRunOptions& o) : binding_(store) {
