@@ -639,8 +639,9 @@ int ItemReader::secondPass(db::Store& store, project_type* proj, const char* pro
 
 int ItemReader::recordNameOfItem(const char* elementId, char* name, int create) {
   if (!optionUids_) {
-    std::strncpy(name, elementId, LL_NAME_SIZE - 1);
-    name[LL_NAME_SIZE - 1] = '\0';
+    std::size_t n = ::strnlen(elementId, LL_NAME_SIZE - 1);
+    std::memcpy(name, elementId, n);
+    name[n] = '\0';
     return 0;
   }
   int succeed = 0;

@@ -27,10 +27,17 @@ constexpr const char* kSelectExternalProject =
     "select TYPE_ID ,PRIORITY ,SUBSTR(UNRESOLVED_START,1,10) ,SUBSTR(UNRESOLVED_FINISH,1,10) "
     ",START_FINISH_DATE from KOR_WBS where ELEMENT_ID=?";
 
+// Copies at most cap - 1 bytes of `in` and terminates.
+void copyBounded(char* out, std::size_t cap, const char* in) {
+  std::size_t n = ::strnlen(in, cap - 1);
+  std::memcpy(out, in, n);
+  out[n] = '\0';
+}
+
 // Day number of the date at the head of a text, relative to the origin.
 int32_t dayOf(const char* text, long origin) {
   char date[DATE_TEXT_SIZE] = {};
-  std::strncpy(date, text, DATE_TEXT_SIZE - 1);
+  copyBounded(date, sizeof date, text);
   return static_cast<int32_t>(dateStringToJulian(date) - origin);
 }
 
@@ -39,8 +46,7 @@ int32_t dayOf(const char* text, long origin) {
 int projectElementId(const project_type* p, int optionConsiderUidsLengthSupr, char* id,
                      FILE* file) {
   if (!optionConsiderUidsLengthSupr) {
-    std::strncpy(id, p->name, LL_NAME_SIZE - 1);
-    id[LL_NAME_SIZE - 1] = '\0';
+    copyBounded(id, LL_NAME_SIZE, p->name);
     return 0;
   }
   return doTransSeqUidBackToActElemId(p->name, 1, id, file);
@@ -258,7 +264,7 @@ int doReadProjectsDB(void* this_root_project, linked_list_type* input_projects_l
         }
         if (!succeed) break;  // no sequence id: no more sub-projects are read
       } else {
-        std::strncpy(name, subId.c_str(), LL_NAME_SIZE - 1);
+        copyBounded(name, LL_NAME_SIZE, subId.c_str());
       }
       project_type* sub = nullptr;
       if (input_projects_list != nullptr && ll_locate(input_projects_list, name)) {
