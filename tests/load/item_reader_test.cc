@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "load_harness.h"
+#include "store/sequence_ids.h"
 
 namespace {
 
@@ -432,6 +433,71 @@ TEST_F(ItemReader, ItemQueryUsesIndexes) {
       EXPECT_NE(std::string::npos, line.find("INDEX")) << all;
     }
   }
+}
+
+}  // namespace
+
+namespace {
+
+using loadtest::kYear;
+using loadtest::LoadRun;
+
+class ItemReaderShortIds : public LoadRun {
+ protected:
+  // The project is read under its element id, then named by its sequence
+  // id, as the run names it.
+  int readWithShortIds(project_type* p, const char* seq) {
+    int rc = doReadProjectsDB(p, input, local, sm, origin, 120, 1, 0, workflow, message.get(),
+                              subject, elementId, user, 1, log);
+    if (rc != 0) return rc;
+    std::snprintf(p->name, sizeof p->name, "%s", seq);
+    return doReadActivitiesSuccDB(acts, local, extProjects, extPreds, input, &tasks, sm, origin,
+                                  120, 1, 1, 1, 1, 1, 0, workflow, message.get(), subject,
+                                  elementId, user, 1, 0, 0, log);
+  }
+};
+
+// With short ids the records are named by sequence ids: the project by the
+// one the run gave it, its items by new ones, and the dependencies follow.
+TEST_F(ItemReaderShortIds, RecordsAndDependenciesUseSequenceIds) {
+  db.project({.id = "P1", .start = "2024-01-08", .finish = "2024-03-29"}).calendar(kYear);
+  task("T1", "P1", 2, "P1.001", "2024-01-08 08:00:00.000000", "2024-01-08 17:00:00.000000");
+  task("T2", "P1", 2, "P1.002", "2024-01-09 08:00:00.000000", "2024-01-09 17:00:00.000000");
+  db.dependency({.pred = "T1", .succ = "T2", .predProject = "P1", .lag = 45});
+  char projectSeq[33] = {};
+  ASSERT_EQ(0, doCreateNewEntryActSeqUid("P1", 1, projectSeq, sm, log));
+  ASSERT_EQ(0, readWithShortIds(root("P1"), projectSeq)) << logText();
+
+  ASSERT_EQ(3, ll_size(acts));
+  ll_head(acts);
+  EXPECT_STREQ(projectSeq, static_cast<activity_type*>(ll_retrieve(acts))->name);
+  char t1[33] = {}, t2[33] = {};
+  int found = 0;
+  ASSERT_EQ(0, doFindCreateActSeqUid("T1", 2, t1, sm, 0, &found, log));
+  EXPECT_EQ(1, found);
+  ASSERT_EQ(0, doFindCreateActSeqUid("T2", 2, t2, sm, 0, &found, log));
+  EXPECT_EQ(1, found);
+  EXPECT_EQ(7u, std::strlen(t1));
+  activity_type* a1 = act(t1);
+  activity_type* a2 = act(t2);
+  ASSERT_TRUE(a1 && a2);
+  EXPECT_TRUE(hasName(a1->parent_list, projectSeq));
+  ASSERT_NE(nullptr, dep(a1->succ_list, t2));
+  EXPECT_EQ(45, dep(a1->succ_list, t2)->lag_minutes);
+  EXPECT_NE(nullptr, dep(a2->pred_list, t1));
+}
+
+TEST_F(ItemReaderShortIds, ProjectNameThatIsNoSequenceIdIsD17) {
+  ll_addtail(local, projectCreateNew("0999998"));
+  EXPECT_EQ(200215, doReadActivitiesSuccDB(acts, local, extProjects, extPreds, input, &tasks, sm,
+                                           origin, 120, 1, 1, 1, 1, 1, 0, workflow,
+                                           message.get(), subject, elementId, user, 1, 0, 0,
+                                           log));
+  EXPECT_NE(std::string::npos,
+            logText().find("***** error(D-17)/data corruption for project in Lev_inputDataDB "
+                           "(doReadActivitiesSuccDB) \nerror type: not existing project name in "
+                           "the list"));
+  EXPECT_EQ(0, ll_size(acts));
 }
 
 }  // namespace
