@@ -314,6 +314,7 @@ class ItemReader {
   std::unordered_map<std::string, activity_type*> byName_;
   std::unordered_map<std::string, activity_type*> extPredByName_;
   std::unordered_set<std::string> runProjects_;
+  std::unordered_map<std::string, std::string> projectSeqIds_;  // element id -> sequence id
   std::vector<NewExtPred> newExtPreds_;
   std::vector<PendingPred> pending_;
 };
@@ -663,6 +664,12 @@ int ItemReader::rowProjectName(Row& r, std::string* name) {
     name->clear();
     return 0;
   }
+  // A project's sequence id never changes once issued: ask the store once.
+  auto known = projectSeqIds_.find(std::string(r.projectId.view()));
+  if (known != projectSeqIds_.end()) {
+    *name = known->second;
+    return 0;
+  }
   char seq[SEQ_UID_SIZE] = {};
   int succeed = 0;
   const bool create = r.typeId == 205;
@@ -678,6 +685,7 @@ int ItemReader::rowProjectName(Row& r, std::string* name) {
     return LOAD_ERR_PROJECT_SEQ_UID;
   }
   *name = succeed ? seq : "";
+  if (succeed) projectSeqIds_.emplace(std::string(r.projectId.view()), *name);
   return 0;
 }
 
