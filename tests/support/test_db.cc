@@ -99,6 +99,7 @@ TestDb& TestDb::project(const ProjectData& p) {
                   {"START_FINISH_DATE", p.start + " 00:00:00.000000"},
                   {"UNRESOLVED_START", p.start + " 08:00:00.000000"},
                   {"UNRESOLVED_FINISH", p.finish + " 17:00:00.000000"},
+                  {"UNRESOLVED_DURATION", "0"},
                   {"PLANNED_START", p.start + " 08:00:00.000000"},
                   {"PLANNED_FINISH", p.finish + " 17:00:00.000000"},
                   {"REC_STATUS", "U"}});
