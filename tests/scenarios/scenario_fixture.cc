@@ -1,6 +1,10 @@
 #include "scenarios/scenario_fixture.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <ostream>
+
+#include "calendar/dates.h"
 
 namespace scenario {
 
@@ -41,11 +45,25 @@ void Scenario::project(const std::string& id, const std::string& start,
   db.calendarOf(id, {.from = "2024-01-01", .to = "2024-12-31"});
 }
 
+// The day `n` working days (Monday to Friday) after `day`.
+std::string workingDayAfter(const std::string& day, int n) {
+  int j = dateStringToJulian(day.c_str());
+  while (n > 0) {
+    ++j;
+    const int w = julianToWeekDay(j);  // 1 = Sunday .. 7 = Saturday
+    if (w != 1 && w != 7) --n;
+  }
+  char text[DATE_TEXT_SIZE];
+  transformJulianToDateString(j, text);
+  return text;
+}
+
 void Scenario::item(const std::string& project, const std::string& parent,
                     const std::string& id, int level, int typeId, int effort,
                     const std::string& day, std::map<std::string, std::string> extra) {
   const int days = effort <= 0 ? 1 : (effort + 479) / 480;
   extra.emplace("SCHED_DURATION", std::to_string(effort));
+  extra.emplace("UNRESOLVED_DURATION", std::to_string(effort));  // minutes
   extra.emplace("ASSIGN_COUNT", "0");
   extra.emplace("MILESTONE_PERCENT", "0");
   // The item's rank sits below its project's, so that the item query's
@@ -60,7 +78,7 @@ void Scenario::item(const std::string& project, const std::string& parent,
            .effort = effort,
            .durationDays = days,
            .start = day + " 08:00:00.000000",
-           .finish = day + " 17:00:00.000000",
+           .finish = workingDayAfter(day, days - 1) + " 17:00:00.000000",
            .extra = extra});
 }
 
@@ -83,8 +101,15 @@ std::unique_ptr<scopegen::ScopeRun> Scenario::run(const std::vector<std::string>
   o.roots = roots;
   o.currentDate = currentDate;
   o.assignmentsFlag = assignmentsFlag;
+  o.printOptions = std::getenv("SCENARIO_TRACE") != nullptr ? 1 : 0;
   auto r = std::make_unique<scopegen::ScopeRun>(db.store(), o);
   for (const std::string& e : r->setupErrors) ADD_FAILURE() << e;
+  if (const char* trace = std::getenv("SCENARIO_TRACE")) {
+    if (FILE* f = std::fopen(trace, "w")) {
+      std::fputs(r->log.c_str(), f);
+      std::fclose(f);
+    }
+  }
   return r;
 }
 
