@@ -690,6 +690,10 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
     const std::string finish = stamp(fd, "17:00:00.000000");
     const int32_t calDays = fd - sd + 1;
     const int32_t effort = n.kind == kTaskType ? n.days * kMinutesPerDay : 0;
+    // Planned durations are working minutes: a task's effort, the working
+    // time of a container's or project's span.
+    const int32_t plannedMinutes =
+        n.kind == kTaskType ? effort : std::max(1, n.ef - n.es) * kMinutesPerDay;
     const std::string parent = n.parent >= 0 ? b.nodes[static_cast<size_t>(n.parent)].id : "";
     const std::string actualStart = stamp(sd, "08:00:00.000000");
     const std::string projectStart = stamp(proj.startDay, "00:00:00.000000");
@@ -705,7 +709,7 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
     w.add(kInsertWbs,
            {proj.id, n.parent >= 0 ? db::In(parent) : kNull, n.id, n.id, n.rank, n.id,
             int32_t{n.ordinal}, int32_t{n.level}, typeId, int32_t{n.priority}, int32_t{n.priority},
-            int32_t{0}, start, finish, calDays, start, finish, calDays,
+            int32_t{0}, start, finish, plannedMinutes, start, finish, plannedMinutes,
             n.status != kNotStarted ? db::In(actualStart) : kNull,
             n.status == kFinished ? db::In(finish) : kNull, actualMinutes,
             int32_t{assignCount[i]}, percent, effort,
