@@ -5,6 +5,7 @@
 // hand on the standard calendar (Mon-Fri 08:00-12:00, 13:00-17:00).
 #include <gtest/gtest.h>
 
+#include "model/linked_list.h"
 #include "scenarios/scenario_fixture.h"
 
 namespace scenario {
@@ -51,6 +52,137 @@ TEST_F(Scenario, OneProjectChainAndAFreeTask) {
   EXPECT_GE(t1.index, 0);
   EXPECT_LT(t1.index, t2.index);
   EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_circ_3"));
+}
+
+}  // namespace
+}  // namespace scenario
+
+namespace scenario {
+namespace {
+
+// Root R with sub-project S (rank R.S) holding one task, and R's own task
+// RT -> ST. The sub-project is selected for the run too (as the driver
+// selects sub-projects) but is read once, under its root.
+TEST_F(Scenario, SubProjectsAreReadOnceUnderTheirRoot) {
+  project("R", "2024-01-08", "2024-02-29");
+  project("S", "2024-01-08", "2024-02-29", "R", "R.S", 2);
+  task("R", "R", "RT", 2, 480);
+  task("S", "S", "ST", 3, 960);
+  link("RT", "ST", "R", 0, 0, "S");
+
+  auto r = run({"R"}, kMonday);
+  ASSERT_EQ(0, r->loadCode) << r->log;
+  ASSERT_EQ(0, r->sequenceCode) << r->log;
+  EXPECT_EQ(2, r->tasksTotalCount);
+  EXPECT_EQ(2, ll_size(r->projects()));
+  EXPECT_EQ(Written({"2024-01-08 08:00:00.000000", "2024-01-08 17:00:00.000000", 480, 0, 0}),
+            (Written{written("RT").start, written("RT").finish, written("RT").duration,
+                     written("RT").slack, 0}));
+  const Written st = written("ST");
+  EXPECT_EQ("2024-01-09 08:00:00.000000", st.start);
+  EXPECT_EQ("2024-01-10 17:00:00.000000", st.finish);
+  EXPECT_EQ(960, st.duration);
+  EXPECT_EQ(0, st.slack);
+  const Written s = written("S");
+  EXPECT_EQ("2024-01-09 08:00:00.000000", s.start);
+  EXPECT_EQ("2024-01-10 17:00:00.000000", s.finish);
+  EXPECT_EQ(1, count("SELECT COUNT(*) FROM Lev_kor_wbs WHERE ELEMENT_ID = 'ST'"));
+}
+
+// A portfolio of A and B: A1 (two days) -> B1 across projects, and B2
+// after X1 of project X, which is not in the run (X1 finishes Wednesday
+// 10 January). The run is as of Monday 8 January.
+TEST_F(Scenario, PortfolioWithADependencyBetweenProjectsAndOneOutside) {
+  project("A", "2024-01-08", "2024-02-29");
+  project("B", "2024-01-08", "2024-02-29");
+  project("X", "2024-01-08", "2024-02-29");
+  task("A", "A", "A1", 2, 960);
+  task("B", "B", "B1", 2, 480);
+  task("B", "B", "B2", 2, 480);
+  task("X", "X", "X1", 2, 1440);
+  link("A1", "B1", "A", 0, 0, "B");
+  link("X1", "B2", "X", 0, 0, "B");
+
+  auto r = run({"A", "B"}, kMonday);
+  ASSERT_EQ(0, r->loadCode) << r->log;
+  ASSERT_EQ(0, r->sequenceCode) << r->log;
+  EXPECT_EQ(3, r->tasksTotalCount);
+  const Written b1 = written("B1"), b2 = written("B2");
+  EXPECT_EQ("2024-01-10 08:00:00.000000", b1.start);
+  EXPECT_EQ("2024-01-10 17:00:00.000000", b1.finish);
+  // The outside predecessor holds B2 until Thursday, the portfolio's last
+  // day: the chain A1 -> B1 has a day to spare.
+  EXPECT_EQ(480, b1.slack);
+  EXPECT_EQ(480, written("A1").slack);
+  EXPECT_EQ(0, b2.slack);
+  EXPECT_EQ("2024-01-11 08:00:00.000000", b2.start);
+  EXPECT_EQ("2024-01-11 17:00:00.000000", b2.finish);
+  // Nothing of project X is written.
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_kor_wbs WHERE PROJECT_ID = 'X'"));
+}
+
+// A run as of Saturday 6 January starts the work on Monday 8 January; a run
+// as of Wednesday 10 January moves a project that started on Monday to
+// Wednesday.
+TEST_F(Scenario, TheRunsDateHoldsTheWorkOnAWorkingDay) {
+  project("P1", "2024-01-08", "2024-01-31");
+  task("P1", "P1", "T1", 2, 480);
+  {
+    auto r = run({"P1"}, "2024-01-06 00:00:00.000000");
+    ASSERT_EQ(0, r->loadCode) << r->log;
+    ASSERT_EQ(0, r->sequenceCode) << r->log;
+    EXPECT_EQ("2024-01-08 08:00:00.000000", written("T1").start);
+  }
+  {
+    auto r = run({"P1"}, "2024-01-10 00:00:00.000000");
+    ASSERT_EQ(0, r->loadCode) << r->log;
+    ASSERT_EQ(0, r->sequenceCode) << r->log;
+    EXPECT_EQ("2024-01-10 08:00:00.000000", written("T1").start);
+    EXPECT_EQ("2024-01-10 17:00:00.000000", written("T1").finish);
+  }
+}
+
+// T1 -> T2 -> T3 -> T1 within one project: the run goes on, the cut items
+// are listed in Lev_circ_3, and the user is told once, under "[Started] ".
+TEST_F(Scenario, ACircularDependencyIsReportedAndTheRunGoesOn) {
+  project("P1", "2024-01-08", "2024-01-31");
+  task("P1", "P1", "T1", 2, 480);
+  task("P1", "P1", "T2", 2, 480);
+  task("P1", "P1", "T3", 2, 480);
+  link("T1", "T2", "P1");
+  link("T2", "T3", "P1");
+  link("T3", "T1", "P1");
+
+  auto r = run({"P1"}, kMonday);
+  ASSERT_EQ(0, r->loadCode) << r->log;
+  EXPECT_EQ(0, r->sequenceCode) << r->log;
+  EXPECT_NE(std::string::npos, r->log.find(" found circular dependency within this project !!! "));
+  EXPECT_GE(count("SELECT COUNT(*) FROM Lev_circ_3"), 1);
+  EXPECT_EQ(1, count("SELECT COUNT(*) FROM KOR_WORKFLOWS"));
+  EXPECT_EQ("[Started] Calculate Project 'test'", text("SELECT SUBJECT FROM KOR_WORKFLOWS"));
+  EXPECT_NE(std::string::npos,
+            r->message.find(" * There is at least one circular dependency within this "
+                            "Portfolio/Project *"));
+}
+
+// A WBS of 65 levels is refused before the container table could overflow;
+// nothing is written to the result columns.
+TEST_F(Scenario, AWbsDeeperThanTheContainerTableIsRefused) {
+  project("P1", "2024-01-08", "2024-01-31");
+  // One rank character per level keeps the ranks within their column.
+  std::string parent = "P1", rank = "P1";
+  for (int level = 2; level <= 65; ++level) {
+    const std::string id = "C" + std::to_string(level);
+    rank += static_cast<char>('0' + level % 40);
+    item("P1", parent, id, level, 2, 0, "2024-01-08", {{"RANK", rank}});
+    parent = id;
+  }
+  task("P1", parent, "T1", 66, 480, "2024-01-08", {{"RANK", rank + "T"}});
+
+  auto r = run({"P1"}, kMonday);
+  EXPECT_EQ(200148, r->loadCode);
+  EXPECT_NE(std::string::npos, r->log.find("error(D-35)"));
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_kor_wbs WHERE LEVEL_START IS NOT NULL"));
 }
 
 }  // namespace

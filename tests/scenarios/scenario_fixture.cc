@@ -66,10 +66,11 @@ void Scenario::item(const std::string& project, const std::string& parent,
   extra.emplace("UNRESOLVED_DURATION", std::to_string(effort));  // minutes
   extra.emplace("ASSIGN_COUNT", "0");
   extra.emplace("MILESTONE_PERCENT", "0");
-  // The item's rank sits below its project's, so that the item query's
-  // rank patterns find it.
-  std::string projectRank = text("SELECT RANK FROM KOR_WBS WHERE ELEMENT_ID = '" + project + "'");
-  extra.emplace("RANK", projectRank + "." + id);
+  // The item's rank sits below its parent's, so that rank order is the
+  // order of the tree and the item query's rank patterns find it.
+  (void)project;
+  std::string parentRank = text("SELECT RANK FROM KOR_WBS WHERE ELEMENT_ID = '" + parent + "'");
+  extra.emplace("RANK", parentRank + "." + id);
   db.item({.project = project,
            .parent = parent,
            .id = id,
