@@ -187,3 +187,87 @@ TEST_F(Scenario, AWbsDeeperThanTheContainerTableIsRefused) {
 
 }  // namespace
 }  // namespace scenario
+
+namespace scenario {
+namespace {
+
+// One assignment of `resource` on `taskId` over [startDay, finishDay] with
+// `work` minutes of which `done` are reported.
+void assign(testing::TestDb& db, const std::string& taskId, const std::string& resource,
+            const std::string& startDay, const std::string& finishDay, int work, int done,
+            const std::string& actualStart, const std::string& actualFinish,
+            const std::string& lastSubmitted) {
+  std::map<std::string, std::string> extra = {
+      {"ETC", std::to_string(work - done)},
+      {"SCHED_WORK", std::to_string(done)},
+      {"PLANNED_WORK", "0"},
+      {"UNRESOLVED_START", startDay + " 08:00:00.000000"},
+      {"UNRESOLVED_FINISH", finishDay + " 17:00:00.000000"},
+      {"UNRESOLVED_DURATION", std::to_string(work)},
+      {"ASSIGNMENT_DELAY", "0"},
+      {"C_EFFORT", "0"},
+      {"C_CONTOUR", "0"},
+      {"CONTOUR_TYPE", "0"}};
+  if (!actualStart.empty()) extra["ACTUAL_START"] = actualStart;
+  if (!actualFinish.empty()) extra["ACTUAL_FINISH"] = actualFinish;
+  if (!lastSubmitted.empty()) extra["LAST_SUBMITTED"] = lastSubmitted;
+  db.assignment({.project = "P1",
+                 .task = taskId,
+                 .id = "A_" + taskId,
+                 .resource = resource,
+                 .proposedWork = work,
+                 .workTodate = done,
+                 .extra = extra});
+}
+
+// As of Wednesday 10 January: TF finished on Monday; TP (three days of
+// work) started on Tuesday and reported that day; TN follows TP. TP
+// resumes on Wednesday with two days left, so TN starts on Friday.
+TEST_F(Scenario, FinishedInProgressAndNotStartedTasksWithTheirDayWork) {
+  project("P1", "2024-01-08", "2024-01-31");
+  task("P1", "P1", "TF", 2, 480, "2024-01-08",
+       {{"ACTUAL_START", "2024-01-08 08:00:00.000000"},
+        {"ACTUAL_FINISH", "2024-01-08 17:00:00.000000"},
+        {"ACTUAL_DURATION", "480"},
+        {"MILESTONE_PERCENT", "100"},
+        {"ASSIGN_COUNT", "1"}});
+  task("P1", "P1", "TP", 2, 1440, "2024-01-09",
+       {{"ACTUAL_START", "2024-01-09 08:00:00.000000"},
+        {"ACTUAL_DURATION", "480"},
+        {"MILESTONE_PERCENT", "33"},
+        {"ASSIGN_COUNT", "1"}});
+  task("P1", "P1", "TN", 2, 480, "2024-01-12", {{"ASSIGN_COUNT", "1"}});
+  link("TP", "TN", "P1");
+  assign(db, "TF", "R1", "2024-01-08", "2024-01-08", 480, 480, "2024-01-08 08:00:00.000000",
+         "2024-01-08 17:00:00.000000", "2024-01-08 00:00:00.000000");
+  assign(db, "TP", "R1", "2024-01-09", "2024-01-11", 1440, 480, "2024-01-09 08:00:00.000000", "",
+         "2024-01-09 00:00:00.000000");
+  assign(db, "TN", "R2", "2024-01-12", "2024-01-12", 480, 0, "", "", "");
+  db.dayWork({.project = "P1", .task = "TF", .assignment = "A_TF", .resource = "R1",
+              .day = "2024-01-08", .schedMinutes = 480, .actualMinutes = 480, .actualFlag = 1});
+  db.dayWork({.project = "P1", .task = "TP", .assignment = "A_TP", .resource = "R1",
+              .day = "2024-01-09", .schedMinutes = 480, .actualMinutes = 480, .actualFlag = 1});
+  for (const char* day : {"2024-01-10", "2024-01-11"}) {
+    db.dayWork({.project = "P1", .task = "TP", .assignment = "A_TP", .resource = "R1",
+                .day = day, .schedMinutes = 480});
+  }
+  db.dayWork({.project = "P1", .task = "TN", .assignment = "A_TN", .resource = "R2",
+              .day = "2024-01-12", .schedMinutes = 480});
+
+  auto r = run({"P1"}, "2024-01-10 00:00:00.000000");
+  ASSERT_EQ(0, r->loadCode) << r->log;
+  ASSERT_EQ(0, r->sequenceCode) << r->log;
+  const Written tf = written("TF"), tp = written("TP"), tn = written("TN");
+  EXPECT_EQ("2024-01-08 08:00:00.000000", tf.start);
+  EXPECT_EQ("2024-01-08 17:00:00.000000", tf.finish);
+  EXPECT_EQ("2024-01-10 08:00:00.000000", tp.start) << tp;
+  EXPECT_EQ("2024-01-11 17:00:00.000000", tp.finish) << tp;
+  EXPECT_EQ("2024-01-12 08:00:00.000000", tn.start) << tn;
+  EXPECT_EQ("2024-01-12 17:00:00.000000", tn.finish) << tn;
+  EXPECT_EQ(0, tn.slack);
+  EXPECT_EQ(-1, tf.index);  // finished: no place in the levelling order
+  EXPECT_LT(tp.index, tn.index);
+}
+
+}  // namespace
+}  // namespace scenario
