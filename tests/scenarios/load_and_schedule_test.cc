@@ -271,3 +271,66 @@ TEST_F(Scenario, FinishedInProgressAndNotStartedTasksWithTheirDayWork) {
 
 }  // namespace
 }  // namespace scenario
+
+namespace scenario {
+namespace {
+
+// Data errors met anywhere in the load end the run with their code and
+// message; the user hears of them under "[Started] "; no result column of
+// the plan or of the work table is written.
+TEST_F(Scenario, DataErrorsEndTheRunWithTheirCodeAndWriteNoResults) {
+  struct Case {
+    const char* name;
+    void (*spoil)(testing::TestDb&);
+    int code;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"project without its dates",
+       [](testing::TestDb& d) { d.store().execute("UPDATE KOR_WBS SET UNRESOLVED_FINISH = NULL WHERE ELEMENT_ID = 'P1'"); },
+       200138, "error(D-9)/data corruption"},
+      {"task without its planned duration",
+       [](testing::TestDb& d) { d.store().execute("UPDATE KOR_WBS SET UNRESOLVED_DURATION = NULL WHERE ELEMENT_ID = 'T2'"); },
+       200144, "error(D-19)/data corruption"},
+      {"assignment without its planned start",
+       [](testing::TestDb& d) { d.store().execute("UPDATE TASK_ASSIGNMENTS SET UNRESOLVED_START = NULL"); },
+       200045, "error(D-28)/data corruption"},
+      {"assignment without day work",
+       [](testing::TestDb& d) { d.store().execute("DELETE FROM TASK_DAY_OF_YEAR"); },
+       200045, "error(D-32)/data corruption"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    db.store().execute("DELETE FROM KOR_WBS");
+    db.store().execute("DELETE FROM PROJECT_DETAILS");
+    db.store().execute("DELETE FROM KOR_CALENDARS");
+    db.store().execute("DELETE FROM CALENDAR_DAY_OF_YEAR");
+    db.store().execute("DELETE FROM DEPENDENCIES");
+    db.store().execute("DELETE FROM TASK_ASSIGNMENTS");
+    db.store().execute("DELETE FROM KOR_WORKFLOWS");
+    project("P1", "2024-01-08", "2024-01-31");
+    task("P1", "P1", "T1", 2, 480);
+    task("P1", "P1", "T2", 2, 480, "2024-01-08", {{"ASSIGN_COUNT", "1"}});
+    link("T1", "T2", "P1");
+    db.assignment({.project = "P1", .task = "T2", .id = "A1", .resource = "R1",
+                   .extra = {{"UNRESOLVED_START", "2024-01-08 08:00:00.000000"},
+                             {"UNRESOLVED_FINISH", "2024-01-08 17:00:00.000000"},
+                             {"UNRESOLVED_DURATION", "480"}, {"ETC", "480"}}});
+    db.dayWork({.project = "P1", .task = "T2", .assignment = "A1", .resource = "R1",
+                .day = "2024-01-08", .schedMinutes = 480});
+    c.spoil(db);
+
+    auto r = run({"P1"}, kMonday);
+    const int code = r->loadCode != 0 ? r->loadCode : r->sequenceCode;
+    EXPECT_EQ(c.code, code);
+    EXPECT_NE(std::string::npos, r->log.find(c.message)) << r->log;
+    EXPECT_EQ("[Started] Calculate Project 'test'", text("SELECT SUBJECT FROM KOR_WORKFLOWS"));
+    EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_kor_wbs WHERE LEVEL_START IS NOT NULL OR "
+                       "TOTAL_SLACK IS NOT NULL OR LEVEL_INDEX IS NOT NULL"));
+    EXPECT_EQ(0, count("SELECT COUNT(*) FROM KOR_WBS WHERE LEVEL_START IS NOT NULL OR "
+                       "TOTAL_SLACK IS NOT NULL"));
+  }
+}
+
+}  // namespace
+}  // namespace scenario
