@@ -90,10 +90,15 @@ struct Network {
           activityCreateSucc(act[p], a->name, 1, 0, 0, nullptr);
         }
         const int count = allAssigned ? 1 + static_cast<int>(rng() % 3) : rng() % 2 ? 1 : 0;
+        std::vector<assignment_type*> chosen;
         for (int k = 0; k < count; ++k) {
           assignment_type* ass = assignments[rng() % assignments.size()];
-          if (getAssignmentWorkByActivity(ass, a->name) != nullptr) continue;
-          work_type* w = assignmentCreateWorkByActivity(ass, a->name, nullptr);
+          if (std::find(chosen.begin(), chosen.end(), ass) != chosen.end()) continue;
+          chosen.push_back(ass);
+          // Appended directly: the task is new to the assignment, and a
+          // look-up in a work list of thousands per task would dominate.
+          work_type* w = workCreateNew(ass->name, a->name);
+          ll_addtail(ass->work_list, w);
           w->proposed_work = 480 * (1 + static_cast<int32_t>(rng() % 10));
           w->units_msp = 10000;
           setActivityAssignment(a, ass, 0, nullptr);

@@ -28,8 +28,9 @@
 //
 // Blocks. The bits are taken in blocks of whole words, as many as keep the
 // two reach tables (components x block words, both graphs) within about
-// 32 MB, so memory stays bounded at any size; each block costs one sweep of
-// each condensed graph.
+// 64 MB, so memory stays bounded at any size; each block costs one sweep of
+// each condensed graph, and the tasks of the assignments whose bits lie in
+// the block.
 //
 // Units: loads are working minutes, summed in 64 bits and stored in the
 // 32-bit fields as the plain walks would.
@@ -118,11 +119,46 @@ struct Reach {
   std::vector<int32_t> comp;  // node -> component
   Graph dag;                  // components, sinks first
   std::vector<Word> bits;     // components x block words
+  std::vector<int32_t> written;  // the block (from 1) a row was last written for
+};
+
+// Item names to the first record of that name, open addressing.
+class NameTable {
+ public:
+  explicit NameTable(const std::vector<activity_type*>& items) : items_(items) {
+    size_t size = 16;
+    while (size < 2 * items.size()) size *= 2;
+    slots_.assign(size, -1);
+    for (size_t i = 0; i < items.size(); ++i) {
+      size_t h = hash(items[i]->name) & (size - 1);
+      for (; slots_[h] >= 0; h = (h + 1) & (size - 1)) {
+        if (std::strcmp(items_[slots_[h]]->name, items[i]->name) == 0) break;
+      }
+      if (slots_[h] < 0) slots_[h] = static_cast<int32_t>(i);
+    }
+  }
+  int32_t find(const char* name) const {
+    const size_t mask = slots_.size() - 1;
+    for (size_t h = hash(name) & mask; slots_[h] >= 0; h = (h + 1) & mask) {
+      if (std::strcmp(items_[slots_[h]]->name, name) == 0) return slots_[h];
+    }
+    return -1;
+  }
+
+ private:
+  static size_t hash(const char* s) {
+    uint64_t h = 1469598103934665603ull;
+    for (; *s != 0; ++s) h = (h ^ static_cast<unsigned char>(*s)) * 1099511628211ull;
+    return static_cast<size_t>(h ^ (h >> 29));
+  }
+  const std::vector<activity_type*>& items_;
+  std::vector<int32_t> slots_;
 };
 
 // One (task, assignment) pair.
 struct Slot {
   const activity_type* task;
+  int32_t node;        // the task's node
   int32_t assignment;  // index into the assignments' data
   int32_t ownBit;      // the task's own work as a target, or -1
   int64_t related = 0;       // fixed-length related work
@@ -135,7 +171,6 @@ struct AssignmentData {
   int64_t fixedTotal = 0;      // all its fixed-length targets
   std::vector<int32_t> floating;           // bits of items without a project
   std::vector<const work_type*> missing;   // work on items not in the list
-  std::unordered_map<std::string_view, int32_t> bitOf;  // item name -> bit
   std::vector<std::pair<int32_t, int64_t>> missingByDay;  // standard day -> open missing work
 
   // The open work on items not in the list, with this standard day.
@@ -161,30 +196,38 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
   try {
     // Nodes and names.
     std::vector<activity_type*> node;
-    std::unordered_map<const activity_type*, int32_t> idOf;
-    std::unordered_map<std::string_view, int32_t> byName;
-    auto addNode = [&](activity_type* a) {
-      if (idOf.emplace(a, static_cast<int32_t>(node.size())).second) {
-        byName.emplace(std::string_view(a->name), static_cast<int32_t>(node.size()));
-        node.push_back(a);
-      }
-    };
     if (act_tmp_list != nullptr) {
       for (linktype* l = act_tmp_list->phead; l != nullptr; l = l->pnext) {
-        if (l->pcontents != nullptr) addNode(static_cast<activity_type*>(l->pcontents));
+        if (l->pcontents != nullptr) node.push_back(static_cast<activity_type*>(l->pcontents));
       }
     }
-    const size_t listed = node.size();
-    for (activity_type* t : tasks) {
-      if (idOf.count(t) == 0) {  // not a name the walks can find
-        idOf.emplace(t, static_cast<int32_t>(node.size()));
-        node.push_back(t);
+    NameTable byName(node);
+    // Node of each task: by its name when it is the record the name finds,
+    // else by address among all records (listed twice, or not listed).
+    std::vector<std::pair<const activity_type*, int32_t>> byAddress;
+    std::vector<int32_t> taskNode(tasks.size(), -1);
+    for (size_t ti = 0; ti < tasks.size(); ++ti) {
+      const int32_t u = byName.find(tasks[ti]->name);
+      if (u >= 0 && node[u] == tasks[ti]) taskNode[ti] = u;
+    }
+    for (size_t ti = 0; ti < tasks.size(); ++ti) {
+      if (taskNode[ti] >= 0) continue;
+      if (byAddress.empty()) {
+        for (size_t v = 0; v < node.size(); ++v) byAddress.emplace_back(node[v], v);
+        std::sort(byAddress.begin(), byAddress.end());
+      }
+      auto it = std::lower_bound(byAddress.begin(), byAddress.end(),
+                                 std::make_pair(static_cast<const activity_type*>(tasks[ti]),
+                                                int32_t{-1}));
+      if (it != byAddress.end() && it->first == tasks[ti]) {
+        taskNode[ti] = it->second;
+      } else {  // not a record the walks can reach by name
+        taskNode[ti] = static_cast<int32_t>(node.size());
+        byAddress.insert(it, {tasks[ti], taskNode[ti]});
+        node.push_back(tasks[ti]);
       }
     }
-    auto itemOf = [&](const char* name) -> int32_t {
-      auto it = byName.find(std::string_view(name));
-      return it == byName.end() || static_cast<size_t>(it->second) >= listed ? -1 : it->second;
-    };
+    auto itemOf = [&](const char* name) -> int32_t { return byName.find(name); };
     const int32_t n = static_cast<int32_t>(node.size());
     auto build = [&](bool forward) {
       Graph g;
@@ -210,6 +253,24 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
       r->dag = condense(g, r->comp, count);
     }
 
+    // The tasks in the order of their components, so that the sweeps over
+    // the tasks below read the reach tables front to back (and, the
+    // predecessor graph being mostly the mirror, back to front).
+    std::vector<std::pair<int32_t, int32_t>> keyed;  // (component, task)
+    keyed.reserve(tasks.size());
+    for (size_t ti = 0; ti < tasks.size(); ++ti) {
+      keyed.emplace_back(fwd.comp[taskNode[ti]], static_cast<int32_t>(ti));
+    }
+    std::sort(keyed.begin(), keyed.end());
+    std::vector<activity_type*> sorted;
+    std::vector<int32_t> taskId;
+    sorted.reserve(tasks.size());
+    taskId.reserve(tasks.size());
+    for (const auto& [c, ti] : keyed) {
+      sorted.push_back(tasks[ti]);
+      taskId.push_back(taskNode[ti]);
+    }
+
     // Targets, grouped by assignment; slots per task and assignment.
     std::vector<AssignmentData> asses;
     std::unordered_map<const assignment_type*, int32_t> assIndex;
@@ -218,7 +279,8 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
     std::vector<const work_type*> targetWork;
     std::vector<Slot> slots;
     std::vector<size_t> slotsOfTask;  // first slot of each task, and the end
-    for (const activity_type* t : tasks) {
+    for (size_t ti = 0; ti < sorted.size(); ++ti) {
+      const activity_type* t = sorted[ti];
       slotsOfTask.push_back(slots.size());
       if (t->assignment_list == nullptr) continue;
       for (linktype* l = t->assignment_list->phead; l != nullptr; l = l->pnext) {
@@ -238,7 +300,6 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
             if (node[item]->hasActualFinish != 0) continue;
             const project_type* p = node[item]->proj;
             const int32_t bit = static_cast<int32_t>(targetNode.size());
-            d.bitOf.emplace(std::string_view(work->act_name), bit);
             targetNode.push_back(item);
             targetWork.push_back(work);
             if (p == nullptr) {
@@ -253,42 +314,89 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
           d.hi = static_cast<int32_t>(targetNode.size());
           asses.push_back(std::move(d));
         }
-        Slot s{t, it->second, -1};
-        const AssignmentData& d = asses[it->second];
-        auto own = d.bitOf.find(std::string_view(t->name));
-        if (own != d.bitOf.end()) s.ownBit = own->second;
-        slots.push_back(s);
+        slots.push_back(Slot{t, taskId[ti], it->second, -1});
       }
     }
     slotsOfTask.push_back(slots.size());
+    // A task's own work, when it is a target, is the bit of its
+    // assignment's range on the node its name finds.
+    std::vector<int32_t> firstTarget(static_cast<size_t>(n) + 1, 0), targetsOf(targetNode.size());
+    for (int32_t v : targetNode) ++firstTarget[v + 1];
+    for (int32_t v = 0; v < n; ++v) firstTarget[v + 1] += firstTarget[v];
+    {
+      std::vector<int32_t> fill(firstTarget.begin(), firstTarget.end() - 1);
+      for (size_t b = 0; b < targetNode.size(); ++b) {
+        targetsOf[fill[targetNode[b]]++] = static_cast<int32_t>(b);
+      }
+    }
+    for (Slot& s : slots) {
+      const int32_t u = itemOf(s.task->name);
+      if (u < 0) continue;
+      const AssignmentData& d = asses[s.assignment];
+      for (int32_t e = firstTarget[u]; e < firstTarget[u + 1]; ++e) {
+        if (targetsOf[e] >= d.lo && targetsOf[e] < d.hi) s.ownBit = targetsOf[e];
+      }
+    }
     const int32_t targets = static_cast<int32_t>(targetNode.size());
     const int32_t words = (targets + 63) / 64;
-    std::vector<int32_t> taskId(tasks.size());
-    for (size_t ti = 0; ti < tasks.size(); ++ti) taskId[ti] = idOf.at(tasks[ti]);
+
+    // Slots by assignment, each assignment's in the order of the tasks'
+    // components (the order they were made in).
+    std::vector<int32_t> firstSlotOf(asses.size() + 1, 0), slotsOf(slots.size());
+    for (const Slot& s : slots) ++firstSlotOf[s.assignment + 1];
+    for (size_t a = 0; a < asses.size(); ++a) firstSlotOf[a + 1] += firstSlotOf[a];
+    {
+      std::vector<int32_t> fill(firstSlotOf.begin(), firstSlotOf.end() - 1);
+      for (size_t si = 0; si < slots.size(); ++si) {
+        slotsOf[fill[slots[si].assignment]++] = static_cast<int32_t>(si);
+      }
+    }
+    int32_t firstAss = 0;  // assignments wholly before the block are done
 
     const size_t comps = std::max(fwd.dag.first.size(), bwd.dag.first.size());
-    const int32_t budgetWords = 2 * 1024 * 1024;  // per graph: 16 MB
+    const int32_t budgetWords = 4 * 1024 * 1024;  // per graph: 32 MB
     int32_t blockWords = std::max<int32_t>(
         1, std::min<int32_t>(std::max(words, 1), budgetWords / static_cast<int32_t>(comps)));
     if (maxBlockWords > 0) blockWords = std::min(blockWords, maxBlockWords);
+    const std::vector<Word> zeros(static_cast<size_t>(blockWords), 0);
+    const Word* none = zeros.data();
     std::vector<int64_t> table(static_cast<size_t>(blockWords) * 8 * 256);
 
     for (int32_t w0 = 0; w0 < words; w0 += blockWords) {
       const int32_t w1 = std::min(words, w0 + blockWords);
       const int32_t k = w1 - w0;
       const int32_t b0 = w0 * 64, b1 = std::min(targets, w1 * 64);
-      // Reach tables of both graphs.
+      // Reach tables of both graphs. Only rows that reach a bit of the block
+      // are written (and cleared again for the next block): on a network
+      // in order, most items reach nothing of a given block in one of the
+      // two directions.
+      const int32_t block = w0 / blockWords + 1;
       for (Reach* r : {&fwd, &bwd}) {
         const int32_t count = static_cast<int32_t>(r->dag.first.size()) - 1;
-        r->bits.assign(static_cast<size_t>(count) * k, 0);
+        if (r->bits.empty()) {
+          r->bits.resize(static_cast<size_t>(count) * blockWords);
+          r->written.assign(static_cast<size_t>(count), 0);
+        }
+        // A row belongs to this block once stamped; it is cleared when
+        // stamped, while it is about to be written anyway.
+        auto stamp = [&](int32_t c) {
+          if (r->written[c] == block) return;
+          r->written[c] = block;
+          std::fill_n(&r->bits[static_cast<size_t>(c) * blockWords], k, Word{0});
+        };
         for (int32_t b = b0; b < b1; ++b) {
-          Word* row = &r->bits[static_cast<size_t>(r->comp[targetNode[b]]) * k];
-          row[(b - b0) >> 6] |= Word{1} << ((b - b0) & 63);
+          const int32_t c = r->comp[targetNode[b]];
+          stamp(c);
+          r->bits[static_cast<size_t>(c) * blockWords + ((b - b0) >> 6)] |= Word{1}
+                                                                             << ((b - b0) & 63);
         }
         for (int32_t c = 0; c < count; ++c) {  // sinks first
-          Word* row = &r->bits[static_cast<size_t>(c) * k];
+          Word* row = &r->bits[static_cast<size_t>(c) * blockWords];
           for (int32_t e = r->dag.first[c]; e < r->dag.first[c + 1]; ++e) {
-            const Word* next = &r->bits[static_cast<size_t>(r->dag.to[e]) * k];
+            const int32_t to = r->dag.to[e];
+            if (r->written[to] != block) continue;
+            stamp(c);
+            const Word* next = &r->bits[static_cast<size_t>(to) * blockWords];
             for (int32_t i = 0; i < k; ++i) row[i] |= next[i];
           }
         }
@@ -305,13 +413,19 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
           }
         }
       }
-      // Each slot's related work within the block.
-      for (size_t ti = 0; ti < tasks.size(); ++ti) {
-        const int32_t id = taskId[ti];
-        const Word* f = &fwd.bits[static_cast<size_t>(fwd.comp[id]) * k];
-        const Word* g = &bwd.bits[static_cast<size_t>(bwd.comp[id]) * k];
-        for (size_t si = slotsOfTask[ti]; si < slotsOfTask[ti + 1]; ++si) {
-          Slot& s = slots[si];
+      // The related work of the slots of the assignments in the block.
+      for (int32_t a = firstAss; a < static_cast<int32_t>(asses.size()) && asses[a].lo < b1; ++a) {
+        if (asses[a].hi <= b0) {
+          if (a == firstAss) ++firstAss;
+          continue;
+        }
+        for (int32_t e = firstSlotOf[a]; e < firstSlotOf[a + 1]; ++e) {
+          Slot& s = slots[slotsOf[e]];
+          const int32_t fc = fwd.comp[s.node], gc = bwd.comp[s.node];
+          const Word* f =
+              fwd.written[fc] == block ? &fwd.bits[static_cast<size_t>(fc) * blockWords] : none;
+          const Word* g =
+              bwd.written[gc] == block ? &bwd.bits[static_cast<size_t>(gc) * blockWords] : none;
           const AssignmentData& d = asses[s.assignment];
           const int32_t lo = std::max(d.lo, b0), hi = std::min(d.hi, b1);
           if (lo >= hi) continue;
@@ -332,6 +446,7 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
             for (int32_t byte = 0; byte < 8; ++byte, m >>= 8) sum += t[byte * 256 + (m & 0xff)];
             s.related += sum;
           }
+          if (d.floating.empty()) continue;
           const project_type* own = s.task->proj;
           for (int32_t b : d.floating) {
             if (b < lo || b >= hi || related(b)) continue;
@@ -344,8 +459,8 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
     }
 
     // Loads per slot, then the two values per task.
-    for (size_t ti = 0; ti < tasks.size(); ++ti) {
-      activity_type* t = tasks[ti];
+    for (size_t ti = 0; ti < sorted.size(); ++ti) {
+      activity_type* t = sorted[ti];
       const int32_t mpd = t->proj != nullptr ? t->proj->minutes_per_day : 0;
       int64_t largest = 0, smallest = 0;
       bool first = true;

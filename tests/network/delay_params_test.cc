@@ -214,6 +214,35 @@ TEST(DelayParams, FinishedMissingAndProjectlessWork) {
       << "N's work is measured with the asking task's day";
 }
 
+// A task record that is not in the item list (as a copy would be): its own
+// lists start the walks, its own work (on a name the list does not hold)
+// does not compete with it, and work before it competes not.
+TEST(DelayParams, ATaskOutsideTheItemList) {
+  DelayNet net;
+  activity_type* x = net.item("X");
+  activity_type* y = net.item("Y");
+  net.item("Z");
+  activity_type* q = activityCreateNew("Q", 3, net.p1, 0, 0, 480, 0, 0);
+  activityCreateSucc(q, "Y", 1, 0, 0, nullptr);
+  activityCreatePred(q, "X", 1, 0, 0, nullptr);
+  net.seal();
+  assignment_type* r = net.resource("R");
+  net.work(r, "X", 100);
+  net.work(r, "Y", 200);
+  net.work(r, "Z", 400);
+  net.work(r, "Q", 800);
+  setActivityAssignment(q, r, 0, nullptr);
+  ASSERT_EQ(activitiesCalculateDelayParams({q, x, y}, net.items, "start", "finish", nullptr), 0);
+  EXPECT_EQ(q->max_delay_param, 400) << "Z only";
+  const auto [max, ext] = referenceDelay(q, namesOf(net.items));
+  EXPECT_EQ(q->max_delay_param, max);
+  EXPECT_EQ(q->ext_delay_dur, ext);
+  // X knows nothing of Q (its lists do not name it): Q's work, on a name
+  // not in the list, competes with X, as do Y and Z.
+  EXPECT_EQ(x->max_delay_param, 200 + 400 + 800);
+  activityDelete(q);
+}
+
 // Random networks: forward edges, back edges (cycles), container items with
 // dependencies, one-sided entries, names that are not loaded, 1 to 3
 // assignments per task.
