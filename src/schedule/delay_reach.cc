@@ -122,37 +122,58 @@ struct Reach {
   std::vector<int32_t> written;  // the block (from 1) a row was last written for
 };
 
-// Item names to the first record of that name, open addressing.
+// Item names to the first record of that name, open addressing. The names
+// are copied side by side and each slot keeps its name's hash, so a look-up
+// touches no item record.
 class NameTable {
  public:
-  explicit NameTable(const std::vector<activity_type*>& items) : items_(items) {
+  explicit NameTable(const std::vector<activity_type*>& items)
+      : names_(items.size() * kStride, '\0') {
     size_t size = 16;
     while (size < 2 * items.size()) size *= 2;
-    slots_.assign(size, -1);
+    slots_.assign(size, Slot{0, -1});
     for (size_t i = 0; i < items.size(); ++i) {
-      size_t h = hash(items[i]->name) & (size - 1);
-      for (; slots_[h] >= 0; h = (h + 1) & (size - 1)) {
-        if (std::strcmp(items_[slots_[h]]->name, items[i]->name) == 0) break;
+      const size_t len = strnlen(items[i]->name, kStride - 1);
+      std::memcpy(&names_[i * kStride], items[i]->name, len);
+      const uint64_t h = hash(&names_[i * kStride]);
+      size_t at = h & (size - 1);
+      bool seen = false;
+      for (; slots_[at].item >= 0; at = (at + 1) & (size - 1)) {
+        if (slots_[at].hash == h && same(slots_[at].item, &names_[i * kStride])) {
+          seen = true;  // the first record of a name wins
+          break;
+        }
       }
-      if (slots_[h] < 0) slots_[h] = static_cast<int32_t>(i);
+      if (!seen) slots_[at] = Slot{h, static_cast<int32_t>(i)};
     }
   }
   int32_t find(const char* name) const {
     const size_t mask = slots_.size() - 1;
-    for (size_t h = hash(name) & mask; slots_[h] >= 0; h = (h + 1) & mask) {
-      if (std::strcmp(items_[slots_[h]]->name, name) == 0) return slots_[h];
+    const uint64_t h = hash(name);
+    for (size_t at = h & mask; slots_[at].item >= 0; at = (at + 1) & mask) {
+      if (slots_[at].hash == h && same(slots_[at].item, name)) return slots_[at].item;
     }
     return -1;
   }
 
  private:
-  static size_t hash(const char* s) {
+  static constexpr size_t kStride = LL_NAME_SIZE;
+  struct Slot {
+    uint64_t hash;
+    int32_t item;
+  };
+  static uint64_t hash(const char* s) {
     uint64_t h = 1469598103934665603ull;
-    for (; *s != 0; ++s) h = (h ^ static_cast<unsigned char>(*s)) * 1099511628211ull;
-    return static_cast<size_t>(h ^ (h >> 29));
+    for (size_t i = 0; i < kStride - 1 && s[i] != 0; ++i) {
+      h = (h ^ static_cast<unsigned char>(s[i])) * 1099511628211ull;
+    }
+    return h ^ (h >> 29);
   }
-  const std::vector<activity_type*>& items_;
-  std::vector<int32_t> slots_;
+  bool same(int32_t item, const char* name) const {
+    return std::strncmp(&names_[static_cast<size_t>(item) * kStride], name, kStride - 1) == 0;
+  }
+  std::vector<char> names_;
+  std::vector<Slot> slots_;
 };
 
 // One (task, assignment) pair.
