@@ -37,7 +37,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -225,7 +224,7 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
     NameTable byName(node);
     // Node of each task: by its name when it is the record the name finds,
     // else by address among all records (listed twice, or not listed).
-    std::vector<std::pair<const activity_type*, int32_t>> byAddress;
+    std::unordered_map<const activity_type*, int32_t> byAddress;
     std::vector<int32_t> taskNode(tasks.size(), -1);
     for (size_t ti = 0; ti < tasks.size(); ++ti) {
       const int32_t u = byName.find(tasks[ti]->name);
@@ -234,19 +233,11 @@ int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
     for (size_t ti = 0; ti < tasks.size(); ++ti) {
       if (taskNode[ti] >= 0) continue;
       if (byAddress.empty()) {
-        for (size_t v = 0; v < node.size(); ++v) byAddress.emplace_back(node[v], v);
-        std::sort(byAddress.begin(), byAddress.end());
+        for (size_t v = 0; v < node.size(); ++v) byAddress.emplace(node[v], v);
       }
-      auto it = std::lower_bound(byAddress.begin(), byAddress.end(),
-                                 std::make_pair(static_cast<const activity_type*>(tasks[ti]),
-                                                int32_t{-1}));
-      if (it != byAddress.end() && it->first == tasks[ti]) {
-        taskNode[ti] = it->second;
-      } else {  // not a record the walks can reach by name
-        taskNode[ti] = static_cast<int32_t>(node.size());
-        byAddress.insert(it, {tasks[ti], taskNode[ti]});
-        node.push_back(tasks[ti]);
-      }
+      auto [it, fresh] = byAddress.emplace(tasks[ti], static_cast<int32_t>(node.size()));
+      if (fresh) node.push_back(tasks[ti]);  // not a record the walks can reach by name
+      taskNode[ti] = it->second;
     }
     auto itemOf = [&](const char* name) -> int32_t { return byName.find(name); };
     const int32_t n = static_cast<int32_t>(node.size());
