@@ -67,7 +67,10 @@
 //     moves it back as little as the invariants need, keeping the order of
 //     everything else; inside a cut circular chain the forced order stays.
 //   - checkForCirculDep pushes a container's raised value down to its direct
-//     children only (each later sweep carries it further).
+//     children only (each later sweep carries it further), for at most 40
+//     sweeps; its result does not come from the sweeps but from an exact
+//     cycle search over dependencies and containment (network_flags.cc
+//     says why and how).
 #ifndef LEVELER_NETWORK_NETWORK_CONSTRUCTION_H
 #define LEVELER_NETWORK_NETWORK_CONSTRUCTION_H
 
@@ -119,8 +122,10 @@ int doBuildNetTrFromStartNode(linked_list_type* act_tmp_list, linked_list_type* 
                               int mentainNtwLevId, int mentainNtwSerialNumber,
                               int reversedListOption, FILE* file);
 
-// 1 when a circular dependency remains (the relaxation over circul_id made
-// its 40th sweep), else 0.
+// 1 when the dependencies (outside items excluded) together with the tree
+// form a cycle, at any depth, else 0; sets circul_id. The items of a cycle
+// closed only through the tree are written to Lev_circ_3 and logged (the
+// traversal lists the others).
 int checkForCirculDep(linked_list_type* activities_list, linked_list_type* act_tmp_list,
                       const char* START_NODE_NAME, const char* FINISH_NODE_NAME, FILE* file);
 

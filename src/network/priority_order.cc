@@ -315,16 +315,16 @@ int doCalculateDelayParamForAllTasks(linked_list_type* activities_list,
                                      linked_list_type* act_tmp_list,
                                      storage_manager_type* smanager, const char* START_NODE_NAME,
                                      const char* FINISH_NODE_NAME, FILE* file) {
+  (void)smanager;
   try {
+    std::vector<activity_type*> tasks;
     for (activity_type* a : priority_detail::between(activities_list)) {
-      if (a->type != 3 || a->assignment_list == nullptr || ll_size(a->assignment_list) == 0) {
-        continue;
+      if (a->type == 3 && a->assignment_list != nullptr && ll_size(a->assignment_list) > 0) {
+        tasks.push_back(a);
       }
-      const int rc = activityCalculateDelayParam(a, act_tmp_list, smanager, START_NODE_NAME,
-                                                 FINISH_NODE_NAME, file);
-      if (rc != 0) return rc;
     }
-    return 0;
+    return activitiesCalculateDelayParams(tasks, act_tmp_list, START_NODE_NAME, FINISH_NODE_NAME,
+                                          file);
   } catch (...) {
     priority_detail::say(
         file, "\n****** error in doCalculateDelayParamForAllTasks: throw exception to upper level\n");

@@ -127,7 +127,10 @@ inline constexpr int PRIO_SUBOPTIMAL_MODE_FORWARD = 2;
 inline constexpr int PRIO_SUBOPTIMAL_MODE_BACKWARD = 1;
 
 // Delay parameters (max_delay_param, ext_delay_dur) of every task (type 3)
-// with an assignment. 0, or the first non-zero result of a task.
+// of activities_list (its first and last entries, the two nodes, aside)
+// with an assignment: the values of activityCalculateDelayParam for each,
+// computed for all at once (activitiesCalculateDelayParams: per-task walks
+// are quadratic in the network's size). smanager is not consulted. 0.
 int doCalculateDelayParamForAllTasks(linked_list_type* activities_list,
                                      linked_list_type* act_tmp_list,
                                      storage_manager_type* smanager, const char* START_NODE_NAME,

@@ -108,10 +108,10 @@ int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_t
   // items that carry that assignment's work; an item that carries an
   // assignment's work is skipped exactly when it is reachable. So one walk
   // each way serves every assignment, and each work record is tested once.
-  std::unordered_set<const activity_type*> related;
+  std::unordered_set<const activity_type*> after, before;
   try {
-    reachAll(this_act, act_tmp_list, FINISH_NODE_NAME, true, related);
-    reachAll(this_act, act_tmp_list, START_NODE_NAME, false, related);
+    reachAll(this_act, act_tmp_list, FINISH_NODE_NAME, true, after);
+    reachAll(this_act, act_tmp_list, START_NODE_NAME, false, before);
     int32_t largest = 0, smallest = 0;
     bool first = true;
     for (linktype* l = this_act->assignment_list->phead; l != nullptr; l = l->pnext) {
@@ -121,7 +121,7 @@ int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_t
         const work_type* work = static_cast<const work_type*>(w->pcontents);
         if (std::strcmp(work->act_name, this_act->name) == 0) continue;
         const activity_type* item = itemNamed(act_tmp_list, work->act_name);
-        if (item != nullptr && related.count(item) != 0) continue;
+        if (item != nullptr && (after.count(item) != 0 || before.count(item) != 0)) continue;
         const bool finished = item != nullptr ? item->hasActualFinish != 0 : work->hasActualFinish != 0;
         if (finished) continue;
         const project_type* p = item != nullptr && item->proj != nullptr ? item->proj : this_act->proj;

@@ -13,6 +13,18 @@
 // assignments and ext_delay_dur the largest minus the smallest; an item
 // without assignments is left alone.
 //
+// The related items are those reached through successor lists together with
+// those reached through predecessor lists, each walk with its own visited
+// set: on a network with cycles the walks meet, and a shared set would stop
+// the second walk at what the first reached (wrong values on cyclic
+// networks, the fault this keeps away).
+//
+// Many tasks at once: activitiesCalculateDelayParams gives, for every task,
+// the values activityCalculateDelayParam gives, without walking the network
+// once per task (quadratic, seconds at 10,000 items): reachability over the
+// work records in 64-bit words, cycles condensed first, in blocks of bits
+// so that memory stays bounded (delay_reach.cc).
+//
 // Choices where the rules leave room:
 // - The walks through successor (predecessor) lists visit every reachable
 //   item once per assignment (a visited set beside the collected list), so
@@ -27,6 +39,7 @@
 #define LEVELER_SCHEDULE_DELAY_PARAMS_H
 
 #include <cstdio>
+#include <vector>
 
 #include "calendar/project.h"
 #include "model/activity.h"
@@ -59,5 +72,15 @@ int activityBuildPredListByAllAssignments(activity_type* this_act, linked_list_t
 int activityCalculateDelayParam(activity_type* this_act, linked_list_type* act_tmp_list,
                                 storage_manager_type* smanager, const char* START_NODE_NAME,
                                 const char* FINISH_NODE_NAME, FILE* file);
+
+// activityCalculateDelayParam for each task of `tasks` that has an
+// assignment (the others are left alone), with the same results. The tasks
+// need not be in act_tmp_list. blockWords > 0 caps the bits taken per
+// sweep (words of 64); 0 lets the memory budget decide. Returns 0; an
+// exception (memory) is logged and passed on.
+int activitiesCalculateDelayParams(const std::vector<activity_type*>& tasks,
+                                   linked_list_type* act_tmp_list, const char* START_NODE_NAME,
+                                   const char* FINISH_NODE_NAME, FILE* file,
+                                   int32_t blockWords = 0);
 
 #endif

@@ -90,6 +90,7 @@ class Net {
   linked_list_type* items() { return items_; }
   linked_list_type* ordered() { return ordered_; }
   linked_list_type* roots() { return roots_; }
+  FILE* logFile() { return log_; }
 
  private:
   FILE* log_ = std::tmpfile();
@@ -403,6 +404,86 @@ TEST(CircularityCheck, CleanOnAnAcyclicNetworkReportedThroughAContainerLoop) {
     } else {
       EXPECT_EQ(net.find("Y")->circul_id, net.find("C")->circul_id + 1);
     }
+  }
+}
+
+// G holds M holds t; t -> P -> G. P -> G binds everything inside G, t
+// among it, and t must also come before P: a cycle through two container
+// levels that the network order (t, M, P, G) does not show. It is reported,
+// its four items are written as circular and logged.
+TEST(CircularityCheck, CycleThroughTwoContainerLevelsIsFoundAndListed) {
+  testing::TestDb db;
+  db.project({.id = "P1", .start = "2024-01-08", .finish = "2024-03-29"});
+  for (const char* id : {"G", "M", "t", "P"}) db.item({.project = "P1", .parent = "P1", .id = id});
+  Net net;
+  net.item("R", 1);
+  net.item("G", 2, "R");
+  net.item("M", 2, "G");
+  net.item("t", 3, "M");
+  net.item("P", 3, "R");
+  net.dep("t", "P");
+  net.dep("P", "G");
+  ASSERT_EQ(net.bracket(), 0);
+  ASSERT_EQ(net.build(), 0);
+  EXPECT_EQ(db.scalar("select count(*) from Lev_circ_3"), 0) << "the traversal saw nothing";
+  EXPECT_EQ(checkForCirculDep(net.ordered(), net.items(), "start", "finish", nullptr), 1);
+  EXPECT_EQ(db.scalar("select count(*) from Lev_circ_3 where ELEMENT_ID_3 in ('G','M','t','P')"),
+            4);
+  EXPECT_EQ(db.scalar("select count(*) from Lev_circ_3"), 4) << "R is not on the cycle";
+  // Without P -> G the same tree is clean.
+  Net clean;
+  clean.item("R", 1);
+  clean.item("G", 2, "R");
+  clean.item("M", 2, "G");
+  clean.item("t", 3, "M");
+  clean.item("P", 3, "R");
+  clean.dep("t", "P");
+  clean.dep("M", "P");
+  ASSERT_EQ(clean.bracket(), 0);
+  ASSERT_EQ(clean.build(), 0);
+  EXPECT_EQ(checkForCirculDep(clean.ordered(), clean.items(), "start", "finish", nullptr), 0);
+}
+
+// A dependency between a container and one of its own descendants, either
+// way, two levels apart or one, is a cycle.
+TEST(CircularityCheck, ContainerAndItsOwnDescendantAreACycleEitherWay) {
+  for (const char* pred : {"C", "x"}) {
+    for (const char* under : {"C", "D"}) {
+      Net net;
+      net.item("R", 1);
+      net.item("C", 2, "R");
+      net.item("D", 2, "C");
+      net.item("x", 3, under);
+      net.item("y", 3, "D");
+      net.dep(pred, std::string(pred) == "C" ? "x" : "C");
+      ASSERT_EQ(net.bracket(), 0);
+      ASSERT_EQ(net.build(), 0);
+      EXPECT_EQ(checkForCirculDep(net.ordered(), net.items(), "start", "finish", net.logFile()), 1)
+          << pred << " first, x under " << under;
+    }
+  }
+}
+
+// 45 containers in a row, C1 .. C45, each holding one task; the task of
+// each container precedes the next container: the circul_id sweeps carry
+// the chain one link further at a time and are still busy at the 40th, yet
+// there is no cycle. A link from the last task back to the first container
+// closes one.
+TEST(CircularityCheck, LongChainsOfTaskToContainerLinksAreNotCircular) {
+  for (bool closed : {false, true}) {
+    Net net;
+    net.item("R", 1);
+    for (int k = 1; k <= 45; ++k) {
+      const std::string c = "C" + std::to_string(k);
+      net.item(c, 2, "R");
+      net.item("t" + std::to_string(k), 3, c);
+      if (k > 1) net.dep("t" + std::to_string(k - 1), c);
+    }
+    if (closed) net.dep("t45", "C1");
+    ASSERT_EQ(net.bracket(), 0);
+    ASSERT_EQ(net.build(), 0);
+    EXPECT_EQ(checkForCirculDep(net.ordered(), net.items(), "start", "finish", nullptr),
+              closed ? 1 : 0);
   }
 }
 
