@@ -91,6 +91,9 @@ void BM_Sequence(benchmark::State& state) {
     const heap_meter::PeakMeter meter;
     scopegen::ScopeRun run(*scope->store, o);
     if (!run.setupErrors.empty() || run.loadCode != 0 || run.sequenceCode != 0) {
+      // The end of the run's log says where it stopped.
+      const size_t from = run.log.size() > 3000 ? run.log.size() - 3000 : 0;
+      std::fprintf(stderr, "%s\n", run.log.substr(from).c_str());
       state.SkipWithError(("run failed: load " + std::to_string(run.loadCode) + " sequence " +
                            std::to_string(run.sequenceCode))
                               .c_str());

@@ -158,6 +158,59 @@ void LevelOrdering::build(const char* start, const char* finish) {
     }
     x.notDoneSuccs = static_cast<int>(x.succs.size());
   }
+  markDependencyCycles();
+}
+
+// onCycle_: the items whose strongly connected component of the successor
+// graph holds more than one item (iterative Tarjan, linear in items and
+// links).
+void LevelOrdering::markDependencyCycles() {
+  const int n = static_cast<int>(nodes_.size());
+  onCycle_.assign(static_cast<size_t>(n), 0);
+  std::vector<int> index(static_cast<size_t>(n), -1), low(static_cast<size_t>(n), 0);
+  std::vector<char> onStack(static_cast<size_t>(n), 0);
+  std::vector<int> stack;
+  std::vector<std::pair<int, size_t>> frames;  // (item, next successor)
+  int counter = 0;
+  for (int root = 0; root < n; ++root) {
+    if (index[root] >= 0) continue;
+    frames.emplace_back(root, 0);
+    index[root] = low[root] = counter++;
+    stack.push_back(root);
+    onStack[root] = 1;
+    while (!frames.empty()) {
+      auto& [v, next] = frames.back();
+      const std::vector<int>& succs = nodes_[v].succs;
+      if (next < succs.size()) {
+        const int w = succs[next++];
+        if (index[w] < 0) {
+          index[w] = low[w] = counter++;
+          stack.push_back(w);
+          onStack[w] = 1;
+          frames.emplace_back(w, 0);
+        } else if (onStack[w]) {
+          low[v] = std::min(low[v], index[w]);
+        }
+        continue;
+      }
+      const int done = v;
+      frames.pop_back();
+      if (!frames.empty()) {
+        const int parent = frames.back().first;
+        low[parent] = std::min(low[parent], low[done]);
+      }
+      if (low[done] != index[done]) continue;
+      size_t first = stack.size();
+      while (stack[first - 1] != done) --first;
+      --first;
+      const bool cycle = stack.size() - first > 1;
+      for (size_t k = first; k < stack.size(); ++k) {
+        onStack[stack[k]] = 0;
+        if (cycle) onCycle_[stack[k]] = 1;
+      }
+      stack.resize(first);
+    }
+  }
 }
 
 bool LevelOrdering::isAncestorOrSelf(int maybeAncestor, int i) const {
@@ -350,7 +403,7 @@ void LevelOrdering::startPass() {
   }
 }
 
-int LevelOrdering::cut() {
+int LevelOrdering::nextForced() const {
   int forced = -1;
   if (ll_size(pending_.get()) > 0) {
     ll_tail(pending_.get());
@@ -365,7 +418,6 @@ int LevelOrdering::cut() {
   for (int i = 0; forced < 0 && i < static_cast<int>(items_.size()); ++i) {
     if (!nodes_[i].ordered) forced = i;
   }
-  if (forced >= 0) order(forced, true);
   return forced;
 }
 
@@ -393,9 +445,11 @@ int LevelOrdering::run() {
   while (orderedCount_ < n) {
     startPass();
     if (heap_.empty()) {
-      ++stalls_;
+      ++allStalls_;
       ++stallsSinceReport_;
-      if (stalls_ > PRIO_MAX_STALLS) {
+      const int candidate = nextForced();
+      if (candidate >= 0 && onCycle_[candidate]) ++stalls_;
+      if (candidate < 0 || stalls_ > PRIO_MAX_STALLS) {
         say(file_, "\n\n*************************************************************");
         say(file_, "\n* Module: %s", module_);
         say(file_, "\n* Circular like Dependency has been Detected");
@@ -407,8 +461,8 @@ int LevelOrdering::run() {
         say(file_, "\n*************************************************************\n");
         return PRIO_ERR_CANNOT_RESOLVE;
       }
-      const int forced = cut();
-      if (stalls_ == 1 || (stalls_ - 1) % PRIO_CUT_REPORT_EVERY == 0) reportCut(forced);
+      order(candidate, true);
+      if (allStalls_ == 1 || (allStalls_ - 1) % PRIO_CUT_REPORT_EVERY == 0) reportCut(candidate);
       continue;
     }
     while (!heap_.empty()) creaLevelIndexTopListToCurrPos(heap_.front());
