@@ -544,6 +544,20 @@ int alapPredecessors(const Visit& v) {
   return 0;
 }
 
+// True when a container's dates from its dependencies lie beyond its
+// rolled-up dates (a later start; finish-driven, a later finish): only then
+// must its children move.
+bool movesChildren(const Placement& driven, const Placement& rolled, bool startDriven) {
+  if (driven.start != rolled.start || driven.st != rolled.st) {
+    if (driven.start > rolled.start || (driven.start == rolled.start && driven.st > rolled.st)) {
+      return true;
+    }
+  }
+  if (startDriven) return false;
+  return driven.finish > rolled.finish ||
+         (driven.finish == rolled.finish && driven.ft < rolled.ft);
+}
+
 int visitItem(const Visit& v) {
   activity_type* act = v.act;
   if (act->proj == nullptr) return 0;
@@ -566,6 +580,7 @@ int visitItem(const Visit& v) {
     activityRollupDatesFromChildren(v.activities_list, act, v.sm, 1, v.hasTobeChecked,
                                     v.optionCalc, v.START, v.FINISH, v.file);
   }
+  const Placement rolled = placementOf(act);
   const Bounds b = boundsForward(act, v.file);
   VisitState s;
   Driving d;
@@ -585,6 +600,14 @@ int visitItem(const Visit& v) {
   }
 
   // Common tail.
+  if (!leaf && v.boundByParent && !movesChildren(placementOf(act), rolled, s.startDriven)) {
+    // A later sweep: the children already meet every bound of the
+    // container (each was placed against it), so it keeps its rolled-up
+    // dates and its children stay where they are.
+    applyPlacement(act, rolled);
+    if (v.optionCalc) recordEarly(act);
+    return 0;
+  }
   if (!leaf) {
     int rc = activityUpdateContainerAndItsChildren(
         v.activities_list, v.act_tmp_list, v.sm, act, s.startDriven ? 1 : 0,

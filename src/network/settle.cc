@@ -129,8 +129,10 @@ int sweepUntilSettled(linked_list_type* items_list, linked_list_type* lookup, bo
         // (to the minute) in the next sweep.
         if (sweep == 1 && act->child_list != nullptr && s.markChildren(i)) again = true;
       }
-      if (act->child_list != nullptr && ll_size(act->child_list) > 0 &&
-          s.refreshDescendants(i, &stack)) {
+      // A container that did not move moved none of its children (any
+      // other move is still found at the end of the sweep).
+      if (!samePlacement(before, s.seen[i]) && act->child_list != nullptr &&
+          ll_size(act->child_list) > 0 && s.refreshDescendants(i, &stack)) {
         again = true;
       }
     }
