@@ -544,12 +544,23 @@ int alapPredecessors(const Visit& v) {
   return 0;
 }
 
-// True when a container's dates from its dependencies lie beyond its
-// rolled-up dates (a later start; finish-driven, a later finish): only then
-// must its children move.
-bool movesChildren(const Placement& driven, const Placement& rolled, bool startDriven) {
-  if (driven.start != rolled.start || driven.st != rolled.st) {
-    if (driven.start > rolled.start || (driven.start == rolled.start && driven.st > rolled.st)) {
+// True when a container's dates from its dependencies lie beyond where its
+// children are: a child that its container moves (not finished, not locked,
+// not on a fixed start or finish) starts before the container's driven
+// start; finish-driven, the rolled-up finish lies before the driven one.
+// Only then must its children move.
+bool movesChildren(const Visit& v, const Placement& driven, const Placement& rolled,
+                   bool startDriven) {
+  for (linktype* l = v.act->child_list->phead; l != nullptr; l = l->pnext) {
+    const activity_type* child =
+        findItem(v.activities_list, static_cast<string_type*>(l->pcontents)->str);
+    if (child == nullptr || child == v.act || child->proj == nullptr) continue;
+    if (child->hasActualFinish || child->ignore_child_for_sched || child->constraint_type == 4 ||
+        child->constraint_type == 5) {
+      continue;
+    }
+    if (child->start_date < driven.start ||
+        (child->start_date == driven.start && child->offset_start_time < driven.st)) {
       return true;
     }
   }
@@ -600,7 +611,7 @@ int visitItem(const Visit& v) {
   }
 
   // Common tail.
-  if (!leaf && v.boundByParent && !movesChildren(placementOf(act), rolled, s.startDriven)) {
+  if (!leaf && v.boundByParent && !movesChildren(v, placementOf(act), rolled, s.startDriven)) {
     // A later sweep: the children already meet every bound of the
     // container (each was placed against it), so it keeps its rolled-up
     // dates and its children stay where they are.
