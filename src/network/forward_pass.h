@@ -49,8 +49,17 @@
 // the bound of kMaxSettleSweeps sweeps and its log line). From the second
 // sweep on an item never starts before its parent's start (as in the
 // dynamic realignment), so that a child re-visited on its own predecessors
-// keeps its container's dependency. The first sweep is the old pass; a
-// network without links across containers costs one short extra sweep.
+// keeps its container's dependency, and a container whose dependencies do
+// not put it before any child it would move (children finished, locked or
+// on a fixed date are not moved) keeps its rolled-up dates and leaves its
+// children alone: re-running the container update would shift them again
+// by their distance to a fixed sibling. The first sweep is the old pass.
+// Cost: the children of every container that moved are placed against it
+// again in the second sweep (to the minute: the container update moves
+// them by whole days); further sweeps visit only what moved. On the random
+// 100,000-item networks of the passes benchmark, where a quarter of the
+// links jump anywhere into other containers, the pass settles in about 30
+// sweeps and some ten times the visits of one sweep.
 //
 // Choices where the rules leave room:
 //   - The list walked by doFinAlignActivitiesFrwdPass is bracketed by the
