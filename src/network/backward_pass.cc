@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "model/dependency.h"
+#include "network/settle.h"
 #include "schedule/dependency_resolution.h"
 #include "schedule/effort_sums.h"
 #include "schedule/placement.h"
@@ -63,7 +64,9 @@ void boundBackwardFinish(activity_type* act, linked_list_type* act_tmp_list, con
       p->ft = projItem->offset_finish_time;
     }
   } else if (p->finish == proj->finish_date && projItem != nullptr && projItem != act &&
-             projItem->offset_finish_time < p->ft) {
+             projItem->offset_finish_time > p->ft) {
+    // A bound only ever moves a late finish earlier: on the project's last
+    // day the earlier of the two finish times stays.
     p->ft = projItem->offset_finish_time;
   }
 }
@@ -160,12 +163,29 @@ struct Visit {
   FILE* file;
   bool dynamic;
   const char* module;
+  bool boundByParent = false;  // a later sweep of the static pass
 };
 
 void logFailure(FILE* file, const char* module, const char* what, const activity_type* act) {
   if (file == nullptr) return;
   std::fprintf(file, "\nerror !!! -- %s: %s failed for %s (%d - %d, duration %d)\n", module, what,
                act->name, act->start_date, act->finish_date, act->duration);
+}
+
+// Later sweeps of the static pass: an item never finishes after its
+// parent's finish (day, then time), the mirror of the forward start bound,
+// so that a child re-visited on its own successors keeps its container's.
+void parentFinishBound(const Visit& v, Placement* p) {
+  if (!v.boundByParent) return;
+  activity_type* parent = parentOf(v.act_tmp_list, v.act);
+  if (parent == nullptr || isNamed(parent, v.START) || parent->proj == nullptr) return;
+  if (p->finish < parent->finish_date ||
+      (p->finish == parent->finish_date && p->ft >= parent->offset_finish_time)) {
+    return;
+  }
+  shiftDays(p, parent->finish_date - p->finish);
+  p->st = 0;
+  p->ft = parent->offset_finish_time;
 }
 
 // The no-successor path: the item finishes with the latest root.
@@ -186,6 +206,7 @@ int noSuccessorPath(const Visit& v, const Bounds& b, bool* forceChanged) {
     *forceChanged = true;
   }
   boundBackwardFinish(act, v.act_tmp_list, b, &p);
+  parentFinishBound(v, &p);
   if (ctype == 5 || ctype == 7) {
     int32_t dur = act->duration;
     if (activityScheduleFromStartDateSpecial(act, v.sm, &p.start, &p.finish, &dur, &p.st, &p.ft,
@@ -236,6 +257,7 @@ int visitItem(const Visit& v) {
                                       v.module, v.START, v.FINISH, v.file, &w);
     if (rc != 0) return rc;
     if (w.found) {
+      parentFinishBound(v, &w.p);
       winType = w.type;
       if (act->type != 3 && (w.type == 2 || w.type == 3)) {
         rc = activityCalculateTotalEffortTrunForContainerType(act, v.sm, v.file);
@@ -295,17 +317,17 @@ bool isRoot(linked_list_type* root_act_list, const activity_type* act) {
 
 }  // namespace
 
-int doAlignmentActivityItemBackwardPass(activity_type* this_pred_node,
-                                        linked_list_type* activities_list,
-                                        linked_list_type* act_tmp_list,
-                                        storage_manager_type* smanager, int hasTobeChecked,
-                                        int restrictUpDown, int optionCalculEsEfLsLf,
-                                        const char* START_NODE_NAME,
-                                        const char* FINISH_NODE_NAME, FILE* file) {
+namespace {
+
+int alignBackward(activity_type* act, linked_list_type* activities_list,
+                  linked_list_type* act_tmp_list, storage_manager_type* smanager,
+                  int hasTobeChecked, int restrictUpDown, int optionCalculEsEfLsLf,
+                  const char* START_NODE_NAME, const char* FINISH_NODE_NAME, FILE* file,
+                  bool boundByParent) {
   try {
-    Visit v{this_pred_node, activities_list, act_tmp_list, smanager, hasTobeChecked,
-            restrictUpDown, optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME, file,
-            false, "doAlignmentActivityItemBackwardPass"};
+    Visit v{act, activities_list, act_tmp_list, smanager, hasTobeChecked, restrictUpDown,
+            optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME, file, false,
+            "doAlignmentActivityItemBackwardPass", boundByParent};
     return visitItem(v);
   } catch (...) {
     if (file != nullptr) {
@@ -315,6 +337,52 @@ int doAlignmentActivityItemBackwardPass(activity_type* this_pred_node,
     }
     throw;
   }
+}
+
+// The static pass's sweeps: the first one visits every item as the pass
+// always did; later ones bound each item by its parent's finish.
+class BackwardSweep : public SweepVisitor {
+ public:
+  BackwardSweep(linked_list_type* roots, linked_list_type* activities, linked_list_type* tmp,
+                storage_manager_type* sm, int hasTobeChecked, int restrict_UpDown,
+                int optionCalc, const char* start, const char* finish, FILE* file)
+      : roots_(roots), activities_(activities), tmp_(tmp), sm_(sm),
+        hasTobeChecked_(hasTobeChecked), restrict_(restrict_UpDown), optionCalc_(optionCalc),
+        start_(start), finish_(finish), file_(file) {}
+
+  bool skip(const activity_type* act) const override { return skipped(act); }
+
+  int visit(activity_type* act, int sweep) override {
+    const int ru = (restrict_ == 1 && isRoot(roots_, act)) ? 0 : restrict_;
+    return alignBackward(act, activities_, tmp_, sm_, hasTobeChecked_, ru, optionCalc_, start_,
+                         finish_, file_, sweep > 1);
+  }
+
+ private:
+  linked_list_type* roots_;
+  linked_list_type* activities_;
+  linked_list_type* tmp_;
+  storage_manager_type* sm_;
+  int hasTobeChecked_;
+  int restrict_;
+  int optionCalc_;
+  const char* start_;
+  const char* finish_;
+  FILE* file_;
+};
+
+}  // namespace
+
+int doAlignmentActivityItemBackwardPass(activity_type* this_pred_node,
+                                        linked_list_type* activities_list,
+                                        linked_list_type* act_tmp_list,
+                                        storage_manager_type* smanager, int hasTobeChecked,
+                                        int restrictUpDown, int optionCalculEsEfLsLf,
+                                        const char* START_NODE_NAME,
+                                        const char* FINISH_NODE_NAME, FILE* file) {
+  return alignBackward(this_pred_node, activities_list, act_tmp_list, smanager, hasTobeChecked,
+                       restrictUpDown, optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME,
+                       file, false);
 }
 
 int doDynamAlignActWithSucc(activity_type* this_pred_node, linked_list_type* act_tmp_list,
@@ -344,17 +412,10 @@ int doFinAlignActivitiesBcwdPass(linked_list_type* root_act_list, linked_list_ty
     const char* START = nullptr;
     const char* FINISH = nullptr;
     orderListNodeNames(items_list, false, &START, &FINISH);
-    for (linktype* l = items_list->phead->pnext; l != nullptr && l != items_list->ptail;
-         l = l->pnext) {
-      activity_type* act = static_cast<activity_type*>(l->pcontents);
-      if (skipped(act)) continue;
-      const int ru = (restrict_UpDown == 1 && isRoot(root_act_list, act)) ? 0 : restrict_UpDown;
-      int rc = doAlignmentActivityItemBackwardPass(act, activities_list, act_tmp_list, smanager,
-                                                   hasTobeChecked, ru, optionCalculEsEfLsLf,
-                                                   START, FINISH, file);
-      if (rc != 0) return rc;
-    }
-    return 0;
+    BackwardSweep sweep(root_act_list, activities_list, act_tmp_list, smanager, hasTobeChecked,
+                        restrict_UpDown, optionCalculEsEfLsLf, START, FINISH, file);
+    return sweepUntilSettled(items_list, act_tmp_list, false,
+                             "doAlignmentActivityItemBackwardPass", file, sweep);
   } catch (...) {
     if (file != nullptr) {
       std::fprintf(file,

@@ -24,6 +24,19 @@
 // finish failed), 200178 (placing from the project's first day failed), or
 // the code of the resolution that failed.
 //
+// Amended rules:
+//   - The static pass repeats its sweep over the items that may have become
+//     wrong until nothing moves (settle.h), for the reason the forward pass
+//     does: a container moved by its successors moves its children after
+//     their outside predecessors were visited, and one sweep left those
+//     predecessors with late dates that broke the link. From the second
+//     sweep on an item never finishes after its parent's finish.
+//   - On the project's last day a candidate keeps the earlier of its own
+//     finish time and the project item's; a bound never moves a late
+//     finish later. (Taking the later of the two broke the link: A -> C
+//     finish-to-start with C's late start on that day at 09:00 gave A a
+//     late finish of 17:00 and 420 minutes of slack it did not have.)
+//
 // Choices where the rules leave room:
 //   - The order list's two ends are the network nodes; the end whose
 //     successor list is empty (and predecessor list not) is the finish

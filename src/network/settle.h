@@ -1,0 +1,72 @@
+// Repeated sweeps of an order list until no item moves: the static passes
+// run their visits through it.
+//
+// Why one sweep is not enough: a container's dependency moves its children
+// when the container is visited, which comes after all of its children in
+// either order. A child's dependency partner outside the container (P ->
+// C{a, b}, a -> Y -> b with Y outside C) was then already placed against
+// the child's old dates, and in one sweep it is never placed again: the
+// link a -> Y stays broken and Y shows slack it does not have. Each sweep
+// after the first visits again only the items that may now be wrong.
+//
+// Which items a move makes wrong ("dependents"): forward, the successors of
+// the item that moved and its parent (whose roll-up it feeds); backward,
+// its predecessors and its parent. An item moves either in its own visit
+// (its dependents after it in the list are visited in the same sweep, those
+// before it in the next one) or behind the back of its visit (a container
+// moving its children, the ALAP rules moving a neighbour). A container's
+// descendants are compared right after its visit, and their dependency
+// partners (not the container: its visit made it consistent with them)
+// marked, in this sweep when they come later; any other move is found by
+// comparing every item with what its last visit left, at the end of each
+// sweep, and its dependents are visited in the next sweep. In a
+// network without links across containers the first sweep leaves only the
+// children of moved containers and their successors inside to check, so
+// the second sweep is short and nothing moves in it.
+//
+// The first sweep visits every item; it is the pass as it always was.
+// Later sweeps tell the visitor their number, so that it can bound a child
+// by its container (a child re-visited on its own predecessors would
+// otherwise fall back before its container's dependency, and be pushed
+// back again by the container: the sweeps would never settle).
+//
+// Bound: at most kMaxSettleSweeps sweeps. A run that reaches it writes
+// "<module>: items still moving after <n> sweeps; the pass stops with
+// those items as they are" to the log and returns normally.
+//
+// Units: none of its own; an item's placement (day numbers and the two
+// minute offsets) is what "moved" compares. Ownership: nothing here owns an
+// item; the working arrays live for one call.
+#ifndef LEVELER_NETWORK_SETTLE_H
+#define LEVELER_NETWORK_SETTLE_H
+
+#include <cstdio>
+
+#include "model/activity.h"
+#include "model/linked_list.h"
+
+namespace pass_detail {
+
+inline constexpr int kMaxSettleSweeps = 64;
+
+class SweepVisitor {
+ public:
+  virtual ~SweepVisitor() = default;
+  // Items the pass leaves alone (never visited, never moved by it).
+  virtual bool skip(const activity_type* act) const = 0;
+  // One visit; sweep is 1 for the first sweep. 0 or the error that ends
+  // the pass.
+  virtual int visit(activity_type* act, int sweep) = 0;
+};
+
+// Visits items_list without its first and last entries until nothing
+// moves. forward: dependents are successors (else predecessors); names of
+// dependencies and parents are looked up in lookup. *sweeps (optional)
+// receives the number of sweeps made. 0 or the first visit's error.
+int sweepUntilSettled(linked_list_type* items_list, linked_list_type* lookup, bool forward,
+                      const char* module, FILE* file, SweepVisitor& visitor,
+                      int* sweeps = nullptr);
+
+}  // namespace pass_detail
+
+#endif  // LEVELER_NETWORK_SETTLE_H
