@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <functional>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 
@@ -159,6 +160,7 @@ void LevelOrdering::build(const char* start, const char* finish) {
     x.notDoneSuccs = static_cast<int>(x.succs.size());
   }
   markDependencyCycles();
+  for (int i = 0; i < n; ++i) notOrdered_.insert(notOrdered_.end(), i);
 }
 
 // onCycle_: the items whose strongly connected component of the successor
@@ -312,6 +314,7 @@ void LevelOrdering::order(int i, bool forced) {
   Node& x = nodes_[i];
   activity_type* a = items_[i];
   x.ordered = true;
+  notOrdered_.erase(i);
   ++orderedCount_;
   lastOrdered_ = i;
   if (dir_ == Direction::Forward) {
@@ -387,16 +390,24 @@ void LevelOrdering::addPending(int i) {
 
 // A new pass: the items above its first ready one are found not ready
 // before it orders anything (all of them in a stall).
+//
+// Only the last PRIO_MAX_PENDING of them can stay on the bounded lists, so
+// only those are taken, from the set of positions not yet ordered: a pass
+// costs the size of the lists, not the length of the candidate list (a
+// stall used to walk every candidate, which made the orders quadratic on
+// networks that stall often).
 void LevelOrdering::startPass() {
   ll_removeAll(pending_.get());
   const int n = static_cast<int>(items_.size());
   const int firstReady = heap_.empty() ? n : heap_.front();
-  bool added = false;
-  for (int i = 0; i < firstReady; ++i) {
-    if (nodes_[i].ordered) continue;
-    addPending(i);
-    added = true;
+  std::vector<int> last;
+  for (auto it = notOrdered_.lower_bound(firstReady);
+       it != notOrdered_.begin() && static_cast<int>(last.size()) < PRIO_MAX_PENDING;) {
+    --it;
+    last.push_back(*it);
   }
+  const bool added = !last.empty();
+  for (auto it = last.rbegin(); it != last.rend(); ++it) addPending(*it);
   if (added) {
     ordActListByCombIndxIdAsc(pending_.get());
     ordActListByCombIndxIdAsc(subOptimal_.get());

@@ -122,6 +122,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "calendar/project.h"
@@ -259,6 +260,7 @@ class LevelOrdering {
   int allStalls_ = 0;        // every stall, for the reports
   int stallsSinceReport_ = 0;
   std::vector<char> onCycle_;  // per position: on a cycle of dependencies
+  std::set<int> notOrdered_;   // positions not yet ordered
   int lastOrdered_ = -1;
   ListPtr pending_ = newItemList();
   ListPtr subOptimal_ = newItemList();
