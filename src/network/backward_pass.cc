@@ -79,7 +79,7 @@ int backwardDrivingSuccessor(activity_type* act, linked_list_type* act_tmp_list,
   BoundDate kept[4];
   for (linktype* l = act->succ_list->phead; l != nullptr; l = l->pnext) {
     const dependency_type* dep = static_cast<dependency_type*>(l->pcontents);
-    if (typeOneMode && dep->type == 3 && act->type != 3) continue;
+    (void)typeOneMode;  // every successor of a container holds it (header)
     activity_type* succ = findItem(act_tmp_list, dep->name);
     if (succ == nullptr || succ == act) continue;
     const int type = dep->type;
@@ -247,7 +247,9 @@ int visitItem(const Visit& v) {
     }
   }
   const Placement before = placementOf(act);
-  bool noSucc = !hasRealSucc || (!leaf && !typeOneMode);
+  // A container is held by every successor it has, of any type (see the
+  // header: the amended rule).
+  bool noSucc = !hasRealSucc;
   bool changed = false;
   int winType = -1;
   if (!noSucc) {

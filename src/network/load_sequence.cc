@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <memory>
 #include <ctime>
 #include <vector>
 
@@ -212,6 +213,15 @@ int readAndLoadDataForMultipleProjectsFromTheRootDB(
     std::vector<project_type*> roots;
     forEachElement(input_projects_list,
                    [&](void* e) { roots.push_back(static_cast<project_type*>(e)); });
+    // The item reader tells the run's projects from outside ones by this
+    // list. The project reader takes each sub-project it reads out of the
+    // input list, so a later root linking to an earlier root's sub-project
+    // would see an outside project (and a second record of the same item):
+    // the reader gets the whole selection as it was, by reference.
+    linked_list_type* run_projects_list = ll_new(projectMatch, getProjectName);
+    for (project_type* p : roots) ll_addtail(run_projects_list, p);
+    const std::unique_ptr<linked_list_type, void (*)(linked_list_type*)> runProjectsGuard(
+        run_projects_list, ll_delete);
     lineNum = 1;
     for (project_type* root : roots) {
       if (projectNamed(projects_list, root->name) != nullptr) continue;
@@ -235,7 +245,7 @@ int readAndLoadDataForMultipleProjectsFromTheRootDB(
       t0 = std::clock();
       int rootTasks = 0;
       code = doReadActivitiesSuccDB(act_tmp_list, local_projects_list, ext_projects_list,
-                                    ext_pred_list, input_projects_list, &rootTasks, sm,
+                                    ext_pred_list, run_projects_list, &rootTasks, sm,
                                     julianDateOrigin, LOAD_DAYS_BEFORE_START_FINISH, 1,
                                     optimizeExceptions, optimizeDepPartner, considerConstraints,
                                     optionConsiderUidsLengthSupr, optionResourceCalTakesPrec,

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "scope_generator.h"
 #include "scope_run.h"
@@ -32,11 +33,24 @@ TEST(TextbookCheck, GeneratedScopesAgreeWithTheTextbookPass) {
     o.roots = scope.rootProjects;
     o.currentDate = scope.asOf;
     o.isFolderWithinPortfolio = 1;
+    o.printOptions = std::getenv("TEXTBOOK_TRACE") != nullptr ? 1 : 0;
     scopegen::ScopeRun run(db.store(), o);
     for (const std::string& e : run.setupErrors) ADD_FAILURE() << e;
     ASSERT_EQ(0, run.loadCode) << run.log.substr(0, 4000);
     ASSERT_EQ(0, run.sequenceCode) << run.log.substr(0, 4000);
 
+    if (const char* trace = std::getenv("TEXTBOOK_TRACE")) {
+      const std::string path = std::string(trace) + "." + std::to_string(seed);
+      if (FILE* f = std::fopen(path.c_str(), "w")) {
+        std::fputs(run.log.c_str(), f);
+        std::fclose(f);
+      }
+      db.commit();
+      for (const char* suffix : {"", "-wal"}) {
+        std::filesystem::copy_file(db.path() + suffix, path + ".db" + suffix,
+                                   std::filesystem::copy_options::overwrite_existing);
+      }
+    }
     const auto found = textbook::compareWithTable(db.store(), expected);
     EXPECT_TRUE(found.empty()) << found.size() << " disagreements\n"
                                << textbook::describe(found);
