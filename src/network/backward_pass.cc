@@ -163,7 +163,8 @@ struct Visit {
   FILE* file;
   bool dynamic;
   const char* module;
-  bool boundByParent = false;  // a later sweep of the static pass
+  bool boundByParent = false;  // a later sweep of the static pass, or a
+                               // dynamic visit after it
 };
 
 void logFailure(FILE* file, const char* module, const char* what, const activity_type* act) {
@@ -393,7 +394,8 @@ int doDynamAlignActWithSucc(activity_type* this_pred_node, linked_list_type* act
   try {
     markAncestorsForDynamicRollup(act_tmp_list, this_pred_node, START_NODE_NAME);
     Visit v{this_pred_node, act_tmp_list, act_tmp_list, smanager, 1, 0, 1, START_NODE_NAME,
-            FINISH_NODE_NAME, file, true, "doDynamAlignActWithSucc"};
+            FINISH_NODE_NAME, file, true, "doDynamAlignActWithSucc",
+            /*boundByParent=*/true};  // the static pass has placed the parents
     return visitItem(v);
   } catch (...) {
     if (file != nullptr) {

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <vector>
 
 #include "scope_generator.h"
 #include "scope_run.h"
@@ -51,7 +52,17 @@ TEST(TextbookCheck, GeneratedScopesAgreeWithTheTextbookPass) {
                                    std::filesystem::copy_options::overwrite_existing);
       }
     }
-    const auto found = textbook::compareWithTable(db.store(), expected);
+    // Every column of every task, and the dates and durations of containers
+    // and projects, must agree. A container's slack is a summary of its
+    // children under the engine's own rule (the earliest-starting child's
+    // when it is critical, else the latest-finishing child's), not the
+    // textbook's float of the container as an activity, so it is not
+    // compared.
+    std::vector<textbook::Disagreement> found;
+    for (const auto& d : textbook::compareWithTable(db.store(), expected)) {
+      if (d.kind != textbook::Kind::kTask && d.column == "TOTAL_SLACK") continue;
+      found.push_back(d);
+    }
     EXPECT_TRUE(found.empty()) << found.size() << " disagreements\n"
                                << textbook::describe(found);
   }
