@@ -12,6 +12,7 @@
 #include <limits>
 
 #include "model/assignment.h"
+#include "model/name_lookup.h"
 
 namespace {
 
@@ -78,52 +79,113 @@ linked_list_type* copyStringList(linked_list_type* from) {
   return to;
 }
 
-dependency_type* addDependency(linked_list_type* list, bool at_head, const char* fn,
-                               activity_type* this_act, const char* name, int16_t type,
+// The item's name lists that refuse duplicates, each with its lookup slot.
+enum class NameList { pred, succ, child, parent, assignment };
+
+linked_list_type* listOf(activity_type* a, NameList which) {
+  switch (which) {
+    case NameList::pred: return a->pred_list;
+    case NameList::succ: return a->succ_list;
+    case NameList::child: return a->child_list;
+    case NameList::parent: return a->parent_list;
+    case NameList::assignment: return a->assignment_list;
+  }
+  return nullptr;
+}
+
+name_lookup** slotIn(activity_name_lookups* l, NameList which) {
+  switch (which) {
+    case NameList::pred: return &l->pred;
+    case NameList::succ: return &l->succ;
+    case NameList::child: return &l->child;
+    case NameList::parent: return &l->parent;
+    case NameList::assignment: return &l->assignment;
+  }
+  return nullptr;
+}
+
+// The lookup of one list, or null while the item has none.
+name_lookup* lookupOf(activity_type* a, NameList which) {
+  return a->lookups != nullptr ? *slotIn(a->lookups, which) : nullptr;
+}
+
+// The first link of the list carrying the name, or null. The block of
+// lookups is made only once some list is long enough to want one.
+linktype* findIn(activity_type* a, NameList which, const char* key) {
+  linked_list_type* list = listOf(a, which);
+  if (a->lookups == nullptr) {
+    if (ll_size(list) < NAME_LOOKUP_MIN_LENGTH) {
+      name_lookup* none = nullptr;  // stays null: the list is short
+      return nameLookupFind(&none, list, key);
+    }
+    a->lookups = new activity_name_lookups{};
+  }
+  return nameLookupFind(slotIn(a->lookups, which), list, key);
+}
+
+void addTo(activity_type* a, NameList which, void* element, bool at_head) {
+  if (at_head) {
+    nameLookupAddHead(lookupOf(a, which), listOf(a, which), element);
+  } else {
+    nameLookupAddTail(lookupOf(a, which), listOf(a, which), element);
+  }
+}
+
+void deleteLookups(activity_type* a) {
+  if (a->lookups == nullptr) return;
+  nameLookupDelete(a->lookups->pred);
+  nameLookupDelete(a->lookups->succ);
+  nameLookupDelete(a->lookups->child);
+  nameLookupDelete(a->lookups->parent);
+  nameLookupDelete(a->lookups->assignment);
+  delete a->lookups;
+  a->lookups = nullptr;
+}
+
+dependency_type* addDependency(activity_type* this_act, NameList which, bool at_head,
+                               const char* fn, const char* name, int16_t type,
                                int16_t isExternal, int32_t lag_minutes, FILE* file) {
   NameKey key(name);
-  if (ll_find(list, key.text)) {
+  if (findIn(this_act, which, key.text) != nullptr) {
     logLine(file, "\n*** error is Detected by %s(): dependency %s already exists for activity %s",
             fn, key.text, this_act->name);
     return nullptr;
   }
   dependency_type* dep = dependencyCreateNew(key.text, type, isExternal, lag_minutes);
-  if (at_head) {
-    ll_addhead(list, dep);
-  } else {
-    ll_addtail(list, dep);
-  }
+  addTo(this_act, which, dep, at_head);
   return dep;
 }
 
 // Removes and releases the named dependency; returns it as a flag of its
 // external status (0/1), or -1 when absent.
-int removeDependency(linked_list_type* list, const char* key) {
-  if (!ll_locate(list, key)) return -1;
-  dependency_type* dep = static_cast<dependency_type*>(ll_retrieve(list));
+int removeDependency(activity_type* this_act, NameList which, const char* key) {
+  linktype* link = findIn(this_act, which, key);
+  if (link == nullptr) return -1;
+  dependency_type* dep = static_cast<dependency_type*>(link->pcontents);
   int external = dep->isExternal != 0 ? 1 : 0;
-  ll_remove(list);
+  nameLookupRemove(lookupOf(this_act, which), listOf(this_act, which), link);
   dependencyDelete(dep);
   return external;
 }
 
-int addName(linked_list_type* list, const char* what, const char* fn, activity_type* this_act,
+int addName(activity_type* this_act, NameList which, const char* what, const char* fn,
             const char* name, FILE* file) {
   NameKey key(name);
-  if (ll_find(list, key.text)) {
+  if (findIn(this_act, which, key.text) != nullptr) {
     logLine(file, "\n*** error in %s(): %s %s already exists for activity %s \n", fn, what,
             key.text, this_act->name);
   } else {
-    ll_addtail(list, stringCreateNew(key.text));
+    addTo(this_act, which, stringCreateNew(key.text), false);
   }
   return 1;
 }
 
-int removeName(linked_list_type* list, const char* name) {
+int removeName(activity_type* this_act, NameList which, const char* name) {
   NameKey key(name);
-  if (!ll_locate(list, key.text)) return 0;
-  string_type* s = static_cast<string_type*>(ll_retrieve(list));
-  ll_remove(list);
+  linktype* link = findIn(this_act, which, key.text);
+  if (link == nullptr) return 0;
+  string_type* s = static_cast<string_type*>(link->pcontents);
+  nameLookupRemove(lookupOf(this_act, which), listOf(this_act, which), link);
   stringDelete(s);
   return 1;
 }
@@ -198,6 +260,7 @@ activity_type* activityCopyCreateNew(const activity_type* this_act, FILE* /*file
   a->parent_list = copyStringList(this_act->parent_list);
   a->pred_tree_name_list = copyStringList(this_act->pred_tree_name_list);
   a->assignment_list = ll_new(assignmentMatch, getAssignmentName);
+  a->lookups = nullptr;  // the copy builds its own when it needs them
   return a;
 }
 
@@ -214,6 +277,7 @@ void activityDelete(activity_type* this_act) {
   ll_delete(this_act->parent_list);
   ll_delete(this_act->assignment_list);  // assignments belong to the run
   ll_delete(this_act->pred_tree_name_list);
+  deleteLookups(this_act);
   delete this_act;
 }
 
@@ -231,7 +295,7 @@ const char* getActivityName(void* this_act) { return static_cast<activity_type*>
 
 dependency_type* activityCreatePred(activity_type* this_act, const char* name, int16_t type,
                                     int16_t isExternal, int32_t lag_minutes, FILE* file) {
-  dependency_type* dep = addDependency(this_act->pred_list, false, "activityCreatePred", this_act,
+  dependency_type* dep = addDependency(this_act, NameList::pred, false, "activityCreatePred",
                                        name, type, isExternal, lag_minutes, file);
   if (dep != nullptr && isExternal == 0) {
     ++this_act->to_pass_in_forw_dir;
@@ -242,7 +306,7 @@ dependency_type* activityCreatePred(activity_type* this_act, const char* name, i
 
 dependency_type* activityCreateSucc(activity_type* this_act, const char* name, int16_t type,
                                     int16_t isExternal, int32_t lag_minutes, FILE* file) {
-  return addDependency(this_act->succ_list, false, "activityCreateSucc", this_act, name, type,
+  return addDependency(this_act, NameList::succ, false, "activityCreateSucc", name, type,
                        isExternal, lag_minutes, file);
 }
 
@@ -250,13 +314,13 @@ dependency_type* activityCreateSuccInversedOrd(activity_type* this_act, const ch
                                                int16_t type, int16_t isExternal,
                                                int32_t lag_minutes, FILE* file) {
   // The message names the function without the "d", as the log has always read.
-  return addDependency(this_act->succ_list, true, "activityCreateSuccInverseOrd", this_act, name,
+  return addDependency(this_act, NameList::succ, true, "activityCreateSuccInverseOrd", name,
                        type, isExternal, lag_minutes, file);
 }
 
 int activityDeletePred(activity_type* this_act, const char* name, FILE* file) {
   NameKey key(name);
-  int external = removeDependency(this_act->pred_list, key.text);
+  int external = removeDependency(this_act, NameList::pred, key.text);
   if (external < 0) {
     logLine(file, "\n\n *** error in activityDeletePred(): pred %s is not found for activity %s ",
             key.text, this_act->name);
@@ -271,7 +335,7 @@ int activityDeletePred(activity_type* this_act, const char* name, FILE* file) {
 
 int activityDeleteSucc(activity_type* this_act, const char* name, FILE* file) {
   NameKey key(name);
-  if (removeDependency(this_act->succ_list, key.text) < 0) {
+  if (removeDependency(this_act, NameList::succ, key.text) < 0) {
     logLine(file, "\n\n *** error in activityDeleteSucc(): succ %s is not found for activity %s ",
             key.text, this_act->name);
     return 0;
@@ -291,30 +355,31 @@ void activityDeletePredHierarchyTreeData(activity_type* this_act) {
 // Children and parents
 
 int setActivityChild(activity_type* this_act, const char* name, FILE* file) {
-  return addName(this_act->child_list, "child", "setActivityChild", this_act, name, file);
+  return addName(this_act, NameList::child, "child", "setActivityChild", name, file);
 }
 
 int setActivityParent(activity_type* this_act, const char* name, FILE* file) {
-  return addName(this_act->parent_list, "parent", "setActivityParent", this_act, name, file);
+  return addName(this_act, NameList::parent, "parent", "setActivityParent", name, file);
 }
 
 int activityDeleteChild(activity_type* this_act, const char* name) {
-  return removeName(this_act->child_list, name);
+  return removeName(this_act, NameList::child, name);
 }
 
 int activityDeleteParent(activity_type* this_act, const char* name) {
-  return removeName(this_act->parent_list, name);
+  return removeName(this_act, NameList::parent, name);
 }
 
 void activityReplaceCreateParent(activity_type* this_act, const char* name) {
   NameKey key(name);
-  linked_list_type* list = this_act->parent_list;
-  if (ll_locate(list, key.text)) {
-    string_type* old = static_cast<string_type*>(ll_retrieve(list));
-    ll_replace(list, stringCreateNew(key.text));
+  linktype* link = findIn(this_act, NameList::parent, key.text);
+  if (link != nullptr) {
+    string_type* old = static_cast<string_type*>(link->pcontents);
+    nameLookupReplace(lookupOf(this_act, NameList::parent), this_act->parent_list, link,
+                      stringCreateNew(key.text));
     stringDelete(old);
   } else {
-    ll_addtail(list, stringCreateNew(key.text));
+    addTo(this_act, NameList::parent, stringCreateNew(key.text), false);
   }
 }
 
@@ -542,8 +607,8 @@ void setActivityProject(activity_type* a, project_type* this_proj) { a->proj = t
 int setActivityAssignment(activity_type* a, assignment_type* this_ass,
                           int /*optionResourceCalTakesPrec*/, FILE* /*file*/) {
   a->hasAssignment = 1;
-  if (ll_find(a->assignment_list, this_ass->name)) return 0;
-  ll_addtail(a->assignment_list, this_ass);
+  if (findIn(a, NameList::assignment, this_ass->name) != nullptr) return 0;
+  addTo(a, NameList::assignment, this_ass, false);
   return 1;
 }
 

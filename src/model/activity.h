@@ -22,6 +22,12 @@
 // Messages of refused operations go to the FILE* given; a null stream means
 // the message is not written.
 //
+// Duplicate checks: adding to the predecessor, successor, child, parent or
+// assignment list checks the name through a hash lookup kept beside the list
+// once it is long (model/name_lookup.h), so loading n names is linear; the
+// refusals, messages and list order are those of a walk of the list. The
+// lookup is an addition to the record's fields (`lookups`, last).
+//
 // Choices: setActivityPriority keeps the value's low 16 bits as an unsigned
 // number (0..65535). setActivityAssignment adds an assignment once (by its
 // name) and marks the item as having assignments; the resource-calendar
@@ -38,6 +44,19 @@
 
 struct project_type;     // the project record with its calendar (calendar/)
 struct assignment_type;  // model/assignment.h
+struct name_lookup;      // model/name_lookup.h
+
+// Name lookups beside the item's lists, which keep the duplicate checks of
+// the add functions linear on long lists. Created, with the first of them,
+// when one of the lists is first searched at NAME_LOOKUP_MIN_LENGTH
+// elements; owned and released by the item. Not copied with the item.
+struct activity_name_lookups {
+  name_lookup* pred;
+  name_lookup* succ;
+  name_lookup* child;
+  name_lookup* parent;
+  name_lookup* assignment;
+};
 
 // Size of a time stamp text: 26 characters and terminator.
 inline constexpr int ACT_TIME_STAMP_SIZE = 27;
@@ -122,6 +141,7 @@ struct activity_type {
   linked_list_type* parent_list;          // string_type, owned
   linked_list_type* assignment_list;      // assignment_type, NOT owned
   linked_list_type* pred_tree_name_list;  // string_type, owned
+  activity_name_lookups* lookups;         // owned; null while every list is short
 };
 
 // Creation and release.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "model/name_lookup.h"
 #include "model/serial_names.h"
 
 namespace {
@@ -46,14 +47,15 @@ work_type* assignmentCreateWorkByActivity(assignment_type* this_ass, const char*
     return existing;
   }
   work_type* work = workCreateNew(this_ass->name, this_act);
-  ll_addtail(this_ass->work_list, work);
+  nameLookupAddTail(this_ass->work_lookup, this_ass->work_list, work);
   return work;
 }
 
 work_type* getAssignmentWorkByActivity(assignment_type* this_ass, const char* this_act) {
   char key[LL_NAME_SIZE];
   copyName(key, this_act);  // stored names are cut to 32 characters
-  return static_cast<work_type*>(ll_extract(this_ass->work_list, key));
+  linktype* link = nameLookupFind(&this_ass->work_lookup, this_ass->work_list, key);
+  return link != nullptr ? static_cast<work_type*>(link->pcontents) : nullptr;
 }
 
 const char* getAssignmentName(void* this_ass) {
@@ -85,6 +87,7 @@ void assignmentDelete(assignment_type* this_ass) {
   if (this_ass == nullptr) return;
   assignmentDeleteWorkData(this_ass);
   ll_delete(this_ass->work_list);
+  nameLookupDelete(this_ass->work_lookup);
   delete this_ass;
 }
 

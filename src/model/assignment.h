@@ -16,6 +16,13 @@
 // from the start day's working start and to the finish day's working end,
 // never negative. Names are at most 32 characters; longer ones are cut.
 //
+// The one-record-per-item check of assignmentCreateWorkByActivity and the
+// lookup of getAssignmentWorkByActivity go through a hash lookup kept beside
+// the work list once it is long (model/name_lookup.h), so that one resource
+// with tens of thousands of work records loads in linear time; results and
+// list order are those of a walk of the list. The lookup is an addition to
+// the record's fields (`work_lookup`, last).
+//
 // Choice for getWorkDurationContour: when assignment units are given but the
 // day's share rounds to 0 minutes (step 0, e.g. units of a few hundredths of
 // a percent or no standard day), the work delivers nothing per day and the
@@ -52,9 +59,12 @@ struct work_type {
   int16_t offset_finish_time;  // minutes, >= 0
 };
 
+struct name_lookup;  // model/name_lookup.h
+
 struct assignment_type {
   char name[LL_NAME_SIZE];
   linked_list_type* work_list;  // work_type, owned, keyed by item name
+  name_lookup* work_lookup;     // owned; null until the work list is long
 };
 
 // Assignments.

@@ -131,6 +131,7 @@ void ll_addhead(linked_list_type* list, void* element) {
   list->pcl = l;
   list->listlength++;
   list->lastOperStatus = kAdded;
+  list->changeCount++;
 }
 
 void ll_addtail(linked_list_type* list, void* element) {
@@ -142,6 +143,7 @@ void ll_addtail(linked_list_type* list, void* element) {
   list->pcl = l;
   list->listlength++;
   list->lastOperStatus = kAdded;
+  list->changeCount++;
 }
 
 void ll_insertBefore(linked_list_type* list, void* element) {
@@ -158,6 +160,7 @@ void ll_insertBefore(linked_list_type* list, void* element) {
   list->pcl = l;
   list->listlength++;
   list->lastOperStatus = kAdded;
+  list->changeCount++;
 }
 
 void ll_insertAfter(linked_list_type* list, void* element) {
@@ -174,11 +177,13 @@ void ll_insertAfter(linked_list_type* list, void* element) {
   list->pcl = l;
   list->listlength++;
   list->lastOperStatus = kAdded;
+  list->changeCount++;
 }
 
 void ll_replace(linked_list_type* list, void* element) {
   list->pcl->pcontents = element;
   list->lastOperStatus = kReordered;
+  list->changeCount++;
 }
 
 void ll_promote(linked_list_type* list) {
@@ -193,6 +198,7 @@ void ll_promote(linked_list_type* list) {
   list->phead->pprevious = cur;
   list->phead = cur;
   list->lastOperStatus = kReordered;
+  list->changeCount++;
 }
 
 void ll_remove(linked_list_type* list) {
@@ -206,6 +212,7 @@ void ll_remove(linked_list_type* list) {
   link_delete(cur);
   list->listlength--;
   list->lastOperStatus = kRemoved;
+  list->changeCount++;
 }
 
 void ll_removeAll(linked_list_type* list) {

@@ -20,6 +20,12 @@
 // outgrew it. On an indexed list every search goes through ll_bsearch and the
 // match callback is not called, so keys must then be name strings.
 //
+// changeCount: a counter that every change of the chain or of an element
+// pointer (insertion, removal, promotion, replacement) advances. It is not
+// part of the index bookkeeping; it lets a record keep a side lookup over
+// one of its lists and tell, in O(1), whether anyone has changed the list
+// since the lookup was last brought in step (see model/name_lookup.h).
+//
 // Allocation failure is not recovered from: operator new throws
 // std::bad_alloc, which travels up like every other unexpected failure.
 #ifndef LEVELER_MODEL_LINKED_LIST_H
@@ -53,6 +59,7 @@ struct linked_list_type {
   linktype* phead;
   linktype* ptail;
   linktype** pcl_arr;  // links in index order
+  uint64_t changeCount;  // advanced by every change; never reset
 };
 using linked_list = linked_list_type;
 
