@@ -314,10 +314,6 @@ bool skipped(const activity_type* act) {
          act->isExternalSucc || act->hasActualFinish;
 }
 
-bool isRoot(linked_list_type* root_act_list, const activity_type* act) {
-  return root_act_list != nullptr && findItem(root_act_list, act->name) != nullptr;
-}
-
 }  // namespace
 
 namespace {
@@ -342,37 +338,6 @@ int alignBackward(activity_type* act, linked_list_type* activities_list,
   }
 }
 
-// The static pass's sweeps: the first one visits every item as the pass
-// always did; later ones bound each item by its parent's finish.
-class BackwardSweep : public SweepVisitor {
- public:
-  BackwardSweep(linked_list_type* roots, linked_list_type* activities, linked_list_type* tmp,
-                storage_manager_type* sm, int hasTobeChecked, int restrict_UpDown,
-                int optionCalc, const char* start, const char* finish, FILE* file)
-      : roots_(roots), activities_(activities), tmp_(tmp), sm_(sm),
-        hasTobeChecked_(hasTobeChecked), restrict_(restrict_UpDown), optionCalc_(optionCalc),
-        start_(start), finish_(finish), file_(file) {}
-
-  bool skip(const activity_type* act) const override { return skipped(act); }
-
-  int visit(activity_type* act, int sweep) override {
-    const int ru = (restrict_ == 1 && isRoot(roots_, act)) ? 0 : restrict_;
-    return alignBackward(act, activities_, tmp_, sm_, hasTobeChecked_, ru, optionCalc_, start_,
-                         finish_, file_, sweep > 1);
-  }
-
- private:
-  linked_list_type* roots_;
-  linked_list_type* activities_;
-  linked_list_type* tmp_;
-  storage_manager_type* sm_;
-  int hasTobeChecked_;
-  int restrict_;
-  int optionCalc_;
-  const char* start_;
-  const char* finish_;
-  FILE* file_;
-};
 
 }  // namespace
 
@@ -416,8 +381,9 @@ int doFinAlignActivitiesBcwdPass(linked_list_type* root_act_list, linked_list_ty
     const char* START = nullptr;
     const char* FINISH = nullptr;
     orderListNodeNames(items_list, false, &START, &FINISH);
-    BackwardSweep sweep(root_act_list, activities_list, act_tmp_list, smanager, hasTobeChecked,
-                        restrict_UpDown, optionCalculEsEfLsLf, START, FINISH, file);
+    PassSweep sweep(alignBackward, skipped, root_act_list, activities_list, act_tmp_list,
+                    smanager, hasTobeChecked, restrict_UpDown, optionCalculEsEfLsLf, START,
+                    FINISH, file);
     return sweepUntilSettled(items_list, act_tmp_list, false,
                              "doAlignmentActivityItemBackwardPass", file, sweep);
   } catch (...) {

@@ -666,10 +666,6 @@ int visitItem(const Visit& v) {
   return 0;
 }
 
-bool isRoot(linked_list_type* root_act_list, const activity_type* act) {
-  return root_act_list != nullptr && findItem(root_act_list, act->name) == act;
-}
-
 }  // namespace
 
 namespace {
@@ -694,39 +690,10 @@ int alignForward(activity_type* act, linked_list_type* activities_list,
   }
 }
 
-// The static pass's sweeps: the first one visits every item as the pass
-// always did; later ones bound each item by its parent's start.
-class ForwardSweep : public SweepVisitor {
- public:
-  ForwardSweep(linked_list_type* roots, linked_list_type* activities, linked_list_type* tmp,
-               storage_manager_type* sm, int hasTobeChecked, int restrict_UpDown, int optionCalc,
-               const char* start, const char* finish, FILE* file)
-      : roots_(roots), activities_(activities), tmp_(tmp), sm_(sm),
-        hasTobeChecked_(hasTobeChecked), restrict_(restrict_UpDown), optionCalc_(optionCalc),
-        start_(start), finish_(finish), file_(file) {}
+bool skippedForward(const activity_type* act) {
+  return act->isExternalPred || act->ignore_item_for_sched || act->hasActualFinish;
+}
 
-  bool skip(const activity_type* act) const override {
-    return act->isExternalPred || act->ignore_item_for_sched || act->hasActualFinish;
-  }
-
-  int visit(activity_type* act, int sweep) override {
-    const int ru = (restrict_ == 1 && isRoot(roots_, act)) ? 0 : restrict_;
-    return alignForward(act, activities_, tmp_, sm_, hasTobeChecked_, ru, optionCalc_, start_,
-                        finish_, file_, sweep > 1);
-  }
-
- private:
-  linked_list_type* roots_;
-  linked_list_type* activities_;
-  linked_list_type* tmp_;
-  storage_manager_type* sm_;
-  int hasTobeChecked_;
-  int restrict_;
-  int optionCalc_;
-  const char* start_;
-  const char* finish_;
-  FILE* file_;
-};
 
 }  // namespace
 
@@ -771,8 +738,9 @@ int doFinAlignActivitiesFrwdPass(linked_list_type* root_act_list, linked_list_ty
     const char* START = nullptr;
     const char* FINISH = nullptr;
     orderListNodeNames(items_list, true, &START, &FINISH);
-    ForwardSweep sweep(root_act_list, activities_list, act_tmp_list, smanager, hasTobeChecked,
-                       restrict_UpDown, optionCalculEsEfLsLf, START, FINISH, file);
+    PassSweep sweep(alignForward, skippedForward, root_act_list, activities_list, act_tmp_list,
+                    smanager, hasTobeChecked, restrict_UpDown, optionCalculEsEfLsLf, START,
+                    FINISH, file);
     return sweepUntilSettled(items_list, act_tmp_list, true, "ForwardPass", file, sweep);
   } catch (...) {
     if (file != nullptr) {

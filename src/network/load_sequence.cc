@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdarg>
 #include <cstring>
 #include <memory>
 #include <ctime>
@@ -13,6 +12,7 @@
 #include "model/activity.h"
 #include "network/external_deps.h"
 #include "network/network_construction.h"
+#include "network/sequence_trace.h"
 #include "store/calendar_loader.h"
 #include "store/load/item_reader.h"
 #include "store/load/project_reader.h"
@@ -23,35 +23,10 @@ const char* const kStart = "start";
 const char* const kFinish = "finish";
 const char* const kFictive = "fictive";
 
-void say(FILE* file, const char* fmt, ...) {
-  if (file == nullptr) return;
-  va_list ap;
-  va_start(ap, fmt);
-  std::vfprintf(file, fmt, ap);
-  va_end(ap);
-}
-
-void banner(FILE* file, int on, const char* line) {
-  if (!on || file == nullptr) return;
-  say(file, "\n*******************************************************\n%s\n"
-            "*******************************************************\n",
-      line);
-  std::fflush(file);
-}
-
-double secondsSince(std::clock_t t0) {
-  return static_cast<double>(std::clock() - t0) * 1e-6;
-}
-
-template <class F>
-void forEachElement(linked_list_type* list, F f) {
-  if (list == nullptr || ll_size(list) == 0) return;
-  ll_head(list);
-  for (int32_t i = 0, n = ll_size(list); i < n; ++i) {
-    f(ll_retrieve(list));
-    ll_next(list);
-  }
-}
+using sequence_trace::banner;
+using sequence_trace::forEachElement;
+using sequence_trace::say;
+using sequence_trace::secondsSince;
 
 project_type* projectNamed(linked_list_type* list, const char* name) {
   project_type* found = nullptr;

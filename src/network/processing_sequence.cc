@@ -1,7 +1,6 @@
 // The processing sequence of a run; see processing_sequence.h.
 #include "network/processing_sequence.h"
 
-#include <cstdarg>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -18,6 +17,7 @@
 #include "network/network_construction.h"
 #include "network/priority_order.h"
 #include "network/rollup.h"
+#include "network/sequence_trace.h"
 #include "network/slack.h"
 #include "store/calendar_loader.h"
 #include "store/load/assignment_reader.h"
@@ -31,34 +31,18 @@ const char* const kFinish = "finish";
 const char* const kFictive = "fictive";
 constexpr size_t kMessageBufferSize = 16385;
 
-void say(FILE* file, const char* fmt, ...) {
-  if (file == nullptr) return;
-  va_list ap;
-  va_start(ap, fmt);
-  std::vfprintf(file, fmt, ap);
-  va_end(ap);
-}
+using sequence_trace::say;
+using sequence_trace::secondsSince;
 
 void banner(FILE* file, int on, const char* text) {
-  if (!on || file == nullptr) return;
-  say(file, "\n*******************************************************\n"
-            "*  %-50s *\n*******************************************************\n",
-      text);
-  std::fflush(file);
-}
-
-double secondsSince(std::clock_t t0) {
-  return static_cast<double>(std::clock() - t0) * 1e-6;
+  char line[64];
+  std::snprintf(line, sizeof line, "*  %-50s *", text);
+  sequence_trace::banner(file, on, line);
 }
 
 template <class F>
 void forEachItem(linked_list_type* list, F f) {
-  if (list == nullptr || ll_size(list) == 0) return;
-  ll_head(list);
-  for (int32_t i = 0, n = ll_size(list); i < n; ++i) {
-    f(static_cast<activity_type*>(ll_retrieve(list)));
-    ll_next(list);
-  }
+  sequence_trace::forEachElement(list, [&](void* e) { f(static_cast<activity_type*>(e)); });
 }
 
 std::vector<activity_type*> itemsOf(linked_list_type* list) {

@@ -156,4 +156,11 @@ int sweepUntilSettled(linked_list_type* items_list, linked_list_type* lookup, bo
   }
 }
 
+int PassSweep::visit(activity_type* act, int sweep) {
+  const bool root = roots_ != nullptr && ll_extract(roots_, act->name) != nullptr;
+  const int ru = (restrict_ == 1 && root) ? 0 : restrict_;
+  return align_(act, activities_, tmp_, sm_, hasTobeChecked_, ru, optionCalc_, start_, finish_,
+                file_, sweep > 1);
+}
+
 }  // namespace pass_detail

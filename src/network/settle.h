@@ -42,6 +42,7 @@
 
 #include <cstdio>
 
+#include "calendar/project.h"
 #include "model/activity.h"
 #include "model/linked_list.h"
 
@@ -57,6 +58,45 @@ class SweepVisitor {
   // One visit; sweep is 1 for the first sweep. 0 or the error that ends
   // the pass.
   virtual int visit(activity_type* act, int sweep) = 0;
+};
+
+// The sweeps of a static pass: every item visited by `align` (the pass's
+// one-item visit) with the run's settings; a root item is never restricted
+// up or down; from the second sweep on the visit is told to keep the item
+// within its parent (last argument of align).
+using PassAlignFn = int (*)(activity_type* act, linked_list_type* activities_list,
+                            linked_list_type* act_tmp_list, storage_manager_type* smanager,
+                            int hasTobeChecked, int restrictUpDown, int optionCalculEsEfLsLf,
+                            const char* START_NODE_NAME, const char* FINISH_NODE_NAME,
+                            FILE* file, bool boundByParent);
+using PassSkipFn = bool (*)(const activity_type* act);
+
+class PassSweep : public SweepVisitor {
+ public:
+  PassSweep(PassAlignFn align, PassSkipFn skip, linked_list_type* roots,
+            linked_list_type* activities, linked_list_type* tmp, storage_manager_type* sm,
+            int hasTobeChecked, int restrict_UpDown, int optionCalc, const char* start,
+            const char* finish, FILE* file)
+      : align_(align), skip_(skip), roots_(roots), activities_(activities), tmp_(tmp), sm_(sm),
+        hasTobeChecked_(hasTobeChecked), restrict_(restrict_UpDown), optionCalc_(optionCalc),
+        start_(start), finish_(finish), file_(file) {}
+
+  bool skip(const activity_type* act) const override { return skip_(act); }
+  int visit(activity_type* act, int sweep) override;
+
+ private:
+  PassAlignFn align_;
+  PassSkipFn skip_;
+  linked_list_type* roots_;
+  linked_list_type* activities_;
+  linked_list_type* tmp_;
+  storage_manager_type* sm_;
+  int hasTobeChecked_;
+  int restrict_;
+  int optionCalc_;
+  const char* start_;
+  const char* finish_;
+  FILE* file_;
 };
 
 // Visits items_list without its first and last entries until nothing
