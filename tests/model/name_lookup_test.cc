@@ -349,39 +349,3 @@ TEST(NameLookup, AssignmentsAndWorkRecordsOncePerName) {
   assignmentDelete(ass);
 }
 
-TEST(NameLookup, EveryListChangeAdvancesTheChangeCount) {
-  linked_list_type* list = ll_new(stringMatch, getStringValue);
-  string_type* s[3] = {stringCreateNew("a"), stringCreateNew("b"), stringCreateNew("c")};
-  uint64_t last = list->changeCount;
-  auto changed = [&]() {
-    const bool c = list->changeCount != last;
-    last = list->changeCount;
-    return c;
-  };
-  ll_addtail(list, s[0]);
-  EXPECT_TRUE(changed());
-  ll_addhead(list, s[1]);
-  EXPECT_TRUE(changed());
-  ll_insertAfter(list, s[2]);
-  EXPECT_TRUE(changed());
-  ll_insertBefore(list, s[2]);
-  EXPECT_TRUE(changed());
-  ll_replace(list, s[0]);
-  EXPECT_TRUE(changed());
-  ll_tail(list);
-  ll_promote(list);
-  EXPECT_TRUE(changed());
-  ll_remove(list);
-  EXPECT_TRUE(changed());
-  // Walking, searching and indexing change nothing.
-  ll_head(list);
-  ll_next(list);
-  ll_find(list, "b");
-  ll_locate(list, "c");
-  ll_createIndexArray(list, "start", "finish");
-  EXPECT_FALSE(changed());
-  ll_removeAll(list);
-  EXPECT_TRUE(changed());
-  ll_delete(list);
-  for (string_type* x : s) stringDelete(x);
-}

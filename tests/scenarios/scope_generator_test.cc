@@ -272,47 +272,4 @@ TEST(ScopeGenerator, AThousandTasksAreWholeAndAcyclic) {
   EXPECT_EQ(db.scalar("select count(distinct PRIORITY) from Lev_kor_wbs where PROJECT_ID like 'R01%'"), 1);
 }
 
-TEST(ScopeGenerator, TheSeedDecidesTheScopeAndTheSwitchesRemoveWhatTheyName) {
-  auto signature = [](const scopegen::Shape& shape) {
-    TestDb db;
-    scopegen::Description d;
-    EXPECT_EQ(scopegen::generateScope(db.store(), shape, &d), 0);
-    return std::to_string(d.dependencies) + "/" + std::to_string(d.assignments) + "/" +
-           std::to_string(db.scalar("select sum(UNRESOLVED_DURATION * length(ELEMENT_ID)) from "
-                                    "KOR_WBS")) +
-           "/" + std::to_string(db.scalar("select count(*) from DEPENDENCIES where DEP_TYPE=3"));
-  };
-  scopegen::Shape a;
-  a.tasks = 400;
-  a.calendarDaysBefore = a.calendarDaysAfter = 10;  // calendars play no part here
-  scopegen::Shape b = a;
-  b.seed = 2;
-  EXPECT_EQ(signature(a), signature(a));
-  EXPECT_NE(signature(a), signature(b));
-
-  TestDb db;
-  scopegen::Description d;
-  ASSERT_EQ(scopegen::generateScope(db.store(), scopegen::simpleShape(300, 4), &d), 0);
-  EXPECT_EQ(d.tasks, 300);
-  EXPECT_EQ(d.rootProjects, (std::vector<std::string>{"R01", "R02", "R03"}));
-  EXPECT_EQ(d.projects.size(), 6u);
-  EXPECT_EQ(d.outsideProject, "");
-  EXPECT_EQ(d.outsideDependencies, 0);
-  EXPECT_EQ(d.assignments, 0);
-  EXPECT_EQ(db.scalar("select count(*) from TASK_ASSIGNMENTS"), 0);
-  EXPECT_EQ(db.scalar("select count(*) from TASK_DAY_OF_YEAR"), 0);
-  EXPECT_EQ(db.scalar("select count(*) from KOR_WBS where ACTUAL_START is not null"), 0);
-  for (int64_t count : d.dependenciesByType) EXPECT_GT(count, 10);
-  EXPECT_GT(d.containerDependencies, 5);
-  EXPECT_GT(d.crossProjectDependencies, 5);
-  // Every project starts on the as-of Monday.
-  EXPECT_EQ(d.asOf, "2025-01-06 00:00:00.000000");
-  EXPECT_EQ(db.scalar("select count(distinct START_FINISH_DATE) from KOR_WBS where TYPE_ID=1"), 1);
-  // A task without assignments carries its effort in SCHED_DURATION, whole
-  // days of one to five.
-  EXPECT_EQ(db.scalar("select count(*) from KOR_WBS where TYPE_ID=3 and (SCHED_DURATION % 480 <> 0 "
-                      "or SCHED_DURATION < 480 or SCHED_DURATION > 2400 or ACTUAL_DURATION <> 0)"),
-            0);
-}
-
 }  // namespace

@@ -173,42 +173,6 @@ TEST(TextbookSchedule, ReportsWhatItDoesNotCover) {
             "project P2: working days differ from project P1's on 2024-01-15");
 }
 
-TEST(TextbookSchedule, ComparisonListsEveryDifferenceReadably) {
-  TestDb db;
-  project(db, "P1", "2024-01-08");
-  db.item(task("P1", "P1", "A", 2));
-  db.item(task("P1", "P1", "B", 1));
-  db.item(task("P1", "P1", "C", 1));
-  db.dependency({.pred = "A", .succ = "B", .predProject = "P1"});
-  const textbook::Schedule s = textbook::computeSchedule(db.store(), {"P1"}, "");
-  auto write = [&](const textbook::Item& it, const std::string& finish, int slack) {
-    db.row("Lev_kor_wbs", {{"PROJECT_ID", "P1"},
-                           {"ELEMENT_ID", it.id},
-                           {"LEVEL_START", it.levelStart},
-                           {"LEVEL_FINISH", finish},
-                           {"LEVEL_DURATION", std::to_string(it.levelDuration)},
-                           {"TOTAL_SLACK", std::to_string(slack)}});
-  };
-  write(*s.find("P1"), s.find("P1")->levelFinish, s.find("P1")->slack);
-  write(*s.find("A"), s.find("A")->levelFinish, 0);
-  // B a day late and with slack it cannot have; C missing.
-  write(*s.find("B"), "2024-01-11 17:00:00.000000", 480);
-  EXPECT_EQ(s.find("C")->slack, 2 * 480);
-
-  const auto found = textbook::compareWithTable(db.store(), s);
-  EXPECT_EQ(textbook::describe(found),
-            "B (task) LEVEL_FINISH: textbook 2024-01-10 17:00:00.000000, found "
-            "2024-01-11 17:00:00.000000\n"
-            "B (task) TOTAL_SLACK: textbook 0, found 480\n"
-            "C (task) row: textbook a row in Lev_kor_wbs, found none\n");
-  EXPECT_EQ(textbook::describe(found, 1),
-            "B (task) LEVEL_FINISH: textbook 2024-01-10 17:00:00.000000, found "
-            "2024-01-11 17:00:00.000000\n... and 2 more\n");
-  const auto refused = textbook::compareWithTable(db.store(), s, "Lev_kor_wbs; drop");
-  ASSERT_EQ(refused.size(), 1u);
-  EXPECT_EQ(refused[0].column, "read");
-}
-
 // The generator places every row with its own depth-first estimate; the
 // textbook reads the rows back and must find the same early dates, and no
 // row outside what it covers.

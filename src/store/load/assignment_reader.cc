@@ -172,6 +172,15 @@ struct AssRow {
   }
 };
 
+// The key values printed after the head of D-28 and D-29.
+std::string unresolvedValues(const AssRow& r) {
+  return format("ELEMENT_ID= %32s(%d) \nUNRESOLVED_START= %s(%d) \nUNRESOLVED_FINISH= "
+                "%s(%d) \nUNRESOLVED_DURATION= %d(%d) \n\n",
+                r.taskId.c_str(), r.taskInd, r.unresolvedStart.c_str(), r.unresolvedStartInd,
+                r.unresolvedFinish.c_str(), r.unresolvedFinishInd, r.unresolvedDuration,
+                r.durationInd);
+}
+
 // The state of one call.
 class Reader {
  public:
@@ -347,11 +356,7 @@ int Reader::firstPass(const char* projectId, int32_t* rows) {
                        "UNRESOLVED_START,UNRESOLVED_FINISH or UNRESOLVED_DURATION \n%s "
                        "LineNum = %d \n",
                        store_.status().message, line_),
-                format("ELEMENT_ID= %32s(%d) \nUNRESOLVED_START= %s(%d) \nUNRESOLVED_FINISH= "
-                       "%s(%d) \nUNRESOLVED_DURATION= %d(%d) \n\n",
-                       r.taskId.c_str(), r.taskInd, r.unresolvedStart.c_str(),
-                       r.unresolvedStartInd, r.unresolvedFinish.c_str(), r.unresolvedFinishInd,
-                       r.unresolvedDuration, r.durationInd),
+                unresolvedValues(r),
                 kContact);
       return ASS_READ_ERR_DATA;
     }
@@ -569,11 +574,7 @@ int Reader::processRow(project_type* p, const char* projectId, AssRow& r) {
                      "UNRESOLVED_START,UNRESOLVED_FINISH or UNRESOLVED_DURATION \n%s LineNum = "
                      "%d \n",
                      store_.status().message, line_),
-              format("ELEMENT_ID= %32s(%d) \nUNRESOLVED_START= %s(%d) \nUNRESOLVED_FINISH= "
-                     "%s(%d) \nUNRESOLVED_DURATION= %d(%d) \n\n",
-                     r.taskId.c_str(), r.taskInd, r.unresolvedStart.c_str(),
-                     r.unresolvedStartInd, r.unresolvedFinish.c_str(), r.unresolvedFinishInd,
-                     r.unresolvedDuration, r.durationInd),
+              unresolvedValues(r),
               kContact);
     return ASS_READ_ERR_DATA;
   }
