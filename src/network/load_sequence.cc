@@ -16,6 +16,7 @@
 #include "store/calendar_loader.h"
 #include "store/load/item_reader.h"
 #include "store/load/project_reader.h"
+#include "store/progress.h"
 
 namespace {
 
@@ -198,6 +199,7 @@ int readAndLoadDataForMultipleProjectsFromTheRootDB(
     const std::unique_ptr<linked_list_type, void (*)(linked_list_type*)> runProjectsGuard(
         run_projects_list, ll_delete);
     lineNum = 1;
+    int64_t rootsLoaded = 0;
     for (project_type* root : roots) {
       if (projectNamed(projects_list, root->name) != nullptr) continue;
       root->isRootProject = 1;
@@ -238,6 +240,7 @@ int readAndLoadDataForMultipleProjectsFromTheRootDB(
       mergeLocalProjects(local_projects_list, projects_list, root_act);
       ll_removeAll(local_projects_list);
       par_time[2] += secondsSince(t0);
+      db::reportProgress("loading", ++rootsLoaded, static_cast<int64_t>(roots.size()));
     }
     // Records still in the local list after a failure belong to no other
     // list yet: hand them to projects_list so that they are freed with it.

@@ -22,6 +22,7 @@
 #include "store/calendar_loader.h"
 #include "store/load/assignment_reader.h"
 #include "store/notification.h"
+#include "store/progress.h"
 #include "store/result_writers.h"
 
 namespace {
@@ -372,6 +373,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 2;
+    db::reportProgress("scheduling", 1, 10);
     t0 = std::clock();
     code = doHandleWorksForTasksNoActuals(act_tmp_list, sm, 0, file);
     if (code == 0) {
@@ -383,6 +385,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 3;
+    db::reportProgress("scheduling", 2, 10);
     banner(file, PRINT_OPTION_BASIC, "Builds Network from Start Node");
     t0 = std::clock();
     code = doBuildNetTrFromStartNode(act_tmp_list, activities_list, 1, 1, 0, file);
@@ -400,6 +403,7 @@ int processDepForWbsItemStatic(
     par_time[1] = secondsSince(t0);
 
     lineNum = 4;
+    db::reportProgress("scheduling", 3, 10);
     banner(file, PRINT_OPTION_BASIC, "Handles External & Fictive Dependences");
     t0 = std::clock();
     code = handleDependenciesBetweenProjects(root_act_list, projects_list,
@@ -410,6 +414,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 5;
+    db::reportProgress("scheduling", 4, 10);
     banner(file, PRINT_OPTION_BASIC, "Creates Network Level_Id");
     t0 = std::clock();
     if (checkForCirculDep(activities_list, act_tmp_list, kStart, kFinish, file) == 1) {
@@ -423,6 +428,7 @@ int processDepForWbsItemStatic(
     par_time[4] = secondsSince(t0);
 
     lineNum = 6;
+    db::reportProgress("scheduling", 5, 10);
     t0 = std::clock();
     if (optionFlag != PRIO_OPTION_NO_LEVELLING) {
       banner(file, PRINT_OPTION_BASIC, "Calculates Delay factors for all Tasks in the Network");
@@ -433,6 +439,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 7;
+    db::reportProgress("scheduling", 6, 10);
     code = doRunFrwdBckwdMeargedNet(root_act_list, projects_list, proj_act_OnExt_dep_list,
                                     activities_list, act_tmp_list, act_tmp_list_3, act_tmp_list_4,
                                     act_tmp_list_5, sm, optionFlag, 1,
@@ -442,6 +449,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 8;
+    db::reportProgress("scheduling", 7, 10);
     t0 = std::clock();
     code = doRunFirstTimeUpdatesMeargedNet(root_act_list, projects_list, activities_list,
                                            act_tmp_list_3, act_tmp_list_4, sm, optionFlag,
@@ -452,6 +460,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 9;
+    db::reportProgress("scheduling", 8, 10);
     banner(file, PRINT_OPTION_BASIC, "Runs Dynamic Forward Repass of the Network Tree");
     t0 = std::clock();
     code = doRunFrwdDynamicRepasNetTree(activities_list, sm, optionConsiderUidsLengthSupr,
@@ -462,6 +471,7 @@ int processDepForWbsItemStatic(
     if (code != 0) return failed(code);
 
     lineNum = 10;
+    db::reportProgress("scheduling", 9, 10);
     t0 = std::clock();
     if (assignmentsFlag > 0) {
       forEachItem(root_act_list, [&](activity_type* r) {
