@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <optional>
+#include <mutex>
 
 #include "run/run_state.h"
 
@@ -18,28 +18,46 @@ constexpr const char* kSetDateFormat = "call SET_DATEFORMAT()";
 
 // Standard output pointed at the log for the lifetime of the object; the
 // caller's standard output comes back afterwards (both flushed on the way).
+// Standard output belongs to the process: runs that overlap on several
+// threads share the redirection of the first of them (and its log file),
+// and the last one to finish gives the caller's output back.
 class LogRedirect {
  public:
   explicit LogRedirect(const char* path) {
+    std::lock_guard<std::mutex> lock(mutex());
+    if (depth()++ > 0) return;
     std::fflush(stdout);
     const int fd = ::open(path == nullptr ? kDefaultLogPath : path,
                           O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (fd < 0) return;
-    saved_ = ::dup(STDOUT_FILENO);
-    if (saved_ >= 0) ::dup2(fd, STDOUT_FILENO);
+    saved() = ::dup(STDOUT_FILENO);
+    if (saved() >= 0) ::dup2(fd, STDOUT_FILENO);
     ::close(fd);
   }
   ~LogRedirect() {
+    std::lock_guard<std::mutex> lock(mutex());
     std::fflush(stdout);
-    if (saved_ < 0) return;
-    ::dup2(saved_, STDOUT_FILENO);
-    ::close(saved_);
+    if (--depth() > 0 || saved() < 0) return;
+    ::dup2(saved(), STDOUT_FILENO);
+    ::close(saved());
+    saved() = -1;
   }
   LogRedirect(const LogRedirect&) = delete;
   LogRedirect& operator=(const LogRedirect&) = delete;
 
  private:
-  int saved_ = -1;
+  static std::mutex& mutex() {
+    static std::mutex m;
+    return m;
+  }
+  static int& depth() {
+    static int d = 0;
+    return d;
+  }
+  static int& saved() {
+    static int fd = -1;
+    return fd;
+  }
 };
 
 // The value of a text argument: empty when null (or absent).
