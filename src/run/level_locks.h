@@ -33,6 +33,10 @@
 //   scenario value 10, the check neither releases nor blocks: it goes on to
 //   the template test, and the driver's scan of the project list then
 //   finds the non-zero LEVEL_LOCK and ends the run with 200114.
+// - The template test of a scenario runs over the ranks of its projects'
+//   own rows, not of every item: an item's rank begins with its project's,
+//   so the answer is the same with one test per project instead of one per
+//   item.
 // - A portfolio folder whose top-level node (type 13) is missing is checked
 //   with an empty owner: its own projects are still checked, the owner
 //   contributes none.
@@ -72,8 +76,11 @@ namespace run {
 // Returns 0, 200219 or a negative status.
 int lockSelectedProjects(RunState& run, FILE* file);
 
-// Records the run in PROJECT_DETAILS of every listed project (kind,
-// element name, user, time), then sets the levelling lock and commits:
+// Records the run in PROJECT_DETAILS of every listed project:
+// LEVEL_LAST_CALL_OPTION the run kind (1 for kinds 0 and below),
+// SCENARIO_NAME run.element_name (run.root_node_name when the caller gave
+// no name), SCENARIO_USER_ID run.rec_user, SCENARIO_DATETIME the
+// database's SYSTIMESTAMP(); then sets the levelling lock and commits:
 // the scenario value 10 over NAV_SCENARIOS for a what-if run that found no
 // lock (run.level_lock = 10), otherwise, unless run.level_lock is already
 // 10, LEVEL_LOCK = 1 over NAV_TMP_PROJECTS_00 (run.level_lock = 2).
