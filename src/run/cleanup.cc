@@ -32,8 +32,8 @@ void logTwice(const Walk& walk, int position, const char* name) {
 
 // Releases the records of `list` with `release`, then the list itself.
 template <class Record>
-int releaseAll(linked_list_type*& list, void (*release)(Record*),
-               const char* (*nameOf)(void*), const Walk& walk) {
+int releaseAll(linked_list_type*& list, void (*release)(Record*), const char* (*nameOf)(void*),
+               const Walk& walk) {
   if (list == nullptr) return 0;
   std::unordered_set<std::string> names;
   int released = 0;

@@ -124,8 +124,8 @@ int doUpdateConflictListDB(RunState& run, FILE* file) {
   db::IdText h_element_id, h_previous_id;
   int16_t codeInd = 0, idInd = 0;
   bool havePrevious = false;
-  while ((rc = rows.fetch({db::HostVar(h_error_code, &codeInd),
-                           db::HostVar(h_element_id, &idInd)})) == 0) {
+  while ((rc = rows.fetch(
+              {db::HostVar(h_error_code, &codeInd), db::HostVar(h_element_id, &idInd)})) == 0) {
     if (havePrevious && std::strcmp(h_element_id.c_str(), h_previous_id.c_str()) != 0) {
       run._wneverLine = __LINE__;
       rc = writeItem(*store, list, h_previous_id, run, file);

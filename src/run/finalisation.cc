@@ -36,8 +36,8 @@ constexpr const char* kUnlockPortfolio =
 // Step 3.2, 3.3.
 constexpr const char* kEmptyProjectList = "DELETE FROM NAV_TMP_PROJECTS_00";
 constexpr const char* kEmptyRunTables[] = {
-    "DELETE FROM Lev_kor_wbs",   "DELETE FROM Lev_circ_1",        "DELETE FROM Lev_circ_2",
-    "DELETE FROM Lev_circ_3",    "DELETE FROM NAV_TMP_TDY",       "DELETE FROM NAV_TMP_TDY_LEVEL",
+    "DELETE FROM Lev_kor_wbs",    "DELETE FROM Lev_circ_1",  "DELETE FROM Lev_circ_2",
+    "DELETE FROM Lev_circ_3",     "DELETE FROM NAV_TMP_TDY", "DELETE FROM NAV_TMP_TDY_LEVEL",
     "DELETE FROM NAV_TMP_PA_CNTR"};
 constexpr const char* kEmptyPaSum = "DELETE FROM NAV_TMP_PA_SUM";
 constexpr const char* kEmptyProjectAssignment = "DELETE FROM Lev_project_assignment";
@@ -54,23 +54,20 @@ constexpr const char* kSelectWbsName =
     "SELECT RTRIM(SUBSTR(ELEMENT_NAME, 1, 49)) FROM KOR_WBS WHERE ELEMENT_ID = ?";
 
 // Step 7: the run that holds the lock, first in RANK order.
-#define LEV_LOCK_COLUMNS                                                                   \
-  "SELECT PD.LEVEL_LOCK, PD.LEVEL_LAST_CALL_OPTION, SUBSTR(PD.SCENARIO_NAME, 1, 49), "     \
-  "R.FULL_NAME, PD.SCENARIO_USER_ID, PD.SCENARIO_DATETIME FROM PROJECT_DETAILS PD JOIN "   \
-  "KOR_WBS W ON W.ELEMENT_ID = PD.PROJECT_ID LEFT JOIN RESOURCES R ON R.RESOURCE_ID = "    \
+#define LEV_LOCK_COLUMNS                                                                 \
+  "SELECT PD.LEVEL_LOCK, PD.LEVEL_LAST_CALL_OPTION, SUBSTR(PD.SCENARIO_NAME, 1, 49), "   \
+  "R.FULL_NAME, PD.SCENARIO_USER_ID, PD.SCENARIO_DATETIME FROM PROJECT_DETAILS PD JOIN " \
+  "KOR_WBS W ON W.ELEMENT_ID = PD.PROJECT_ID LEFT JOIN RESOURCES R ON R.RESOURCE_ID = "  \
   "PD.SCENARIO_USER_ID WHERE PD.LEVEL_LOCK > 0 AND W.TYPE_ID IN (1,154,288,289,290) "
-constexpr const char* kSelectLockUnderRank =
-    LEV_LOCK_COLUMNS
+constexpr const char* kSelectLockUnderRank = LEV_LOCK_COLUMNS
     "AND W.RANK LIKE (SELECT E.RANK || '%' FROM KOR_WBS E WHERE E.ELEMENT_ID = ?) "
     "ORDER BY W.RANK LIMIT 1";
-constexpr const char* kSelectLockInFolder =
-    LEV_LOCK_COLUMNS
+constexpr const char* kSelectLockInFolder = LEV_LOCK_COLUMNS
     "AND EXISTS (SELECT P.ELEMENT_ID FROM KOR_PORTFOLIOS P JOIN KOR_WBS PW ON PW.ELEMENT_ID = "
     "P.ELEMENT_ID WHERE P.RANK LIKE (SELECT F.RANK || '%' FROM KOR_PORTFOLIOS F WHERE "
     "F.ELEMENT_ID = ?) AND P.TYPE_ID IN (1,154,288,289,290) AND W.RANK LIKE PW.RANK || '%') "
     "ORDER BY W.RANK LIMIT 1";
-constexpr const char* kSelectLockInScenario =
-    LEV_LOCK_COLUMNS
+constexpr const char* kSelectLockInScenario = LEV_LOCK_COLUMNS
     "AND PD.LEVEL_LOCK <> 10 AND PD.PROJECT_ID IN (SELECT S.ELEMENT_ID FROM NAV_SCENARIOS S) "
     "ORDER BY W.RANK LIMIT 1";
 #undef LEV_LOCK_COLUMNS
@@ -232,7 +229,8 @@ bool readLockHolder(const RunState& run, db::Store* store, LockHolder& h) {
 }
 
 void notifyLocked(RunState& run, db::Store* store, FILE* file) {
-  if (run.PRINT_OPTION_BASIC != 0) printBanner(file, "* Handling Locked Projects/Portfolios/Scenaria *");
+  if (run.PRINT_OPTION_BASIC != 0)
+    printBanner(file, "* Handling Locked Projects/Portfolios/Scenaria *");
   const std::string name = elementName(run, store);
   std::string text = "'" + name + "'" + " \nor one of its sub-elements ";
   LockHolder h;
@@ -258,8 +256,8 @@ void notifyLocked(RunState& run, db::Store* store, FILE* file) {
   } else {
     text += " at " + std::string(h.datetime.view()) + "'\n";
   }
-  text += "RESOURCE_NAME = " + std::string(h.full_name.view()) + "\nRESOURCE_ID = " +
-          std::string(h.user_id.view()) + "\n\n";
+  text += "RESOURCE_NAME = " + std::string(h.full_name.view()) +
+          "\nRESOURCE_ID = " + std::string(h.user_id.view()) + "\n\n";
   notifyFinal(run, "[Locked] ", text, file);
 }
 
@@ -283,8 +281,7 @@ void sendFinalNotification(RunState& run, db::Store* store, FILE* file) {
                   file);
       return;
     case kErrNotExisting:
-      notifyFinal(run, "[Failed] ", "You tried to Calculate/Level not existing project.\n\n",
-                  file);
+      notifyFinal(run, "[Failed] ", "You tried to Calculate/Level not existing project.\n\n", file);
       return;
     case kErrEmptyPortfolio:
       notifyFinal(run, "[Failed] ", "You tried to Calculate/Level an empty portfolio.\n\n", file);
@@ -320,34 +317,32 @@ void timeLine(FILE* file, const char* label, double value, const char* per, doub
   std::fprintf(file, " %-39s:%10.5f (%s %10.5f)  seconds\n", label, value, per, value / divisor);
 }
 
-constexpr const char* kLoadLabels[8] = {
-    "Loading Projects",
-    "Loading WBS Items & Dependences",
-    "Merging Projects Lists",
-    "Extending Calendars",
-    "Inheriting Assignment Counts",
-    "Aligning Constraints",
-    "Building Children in Network",
-    "Building Dependences in Network"};
+constexpr const char* kLoadLabels[8] = {"Loading Projects",
+                                        "Loading WBS Items & Dependences",
+                                        "Merging Projects Lists",
+                                        "Extending Calendars",
+                                        "Inheriting Assignment Counts",
+                                        "Aligning Constraints",
+                                        "Building Children in Network",
+                                        "Building Dependences in Network"};
 
-constexpr const char* kSequenceLabels[17] = {
-    "Selecting Assignments",
-    "Building Network Order",
-    "Handling Actual Work",
-    "External & Fictive Dependences",
-    "Circularity & Network Levels",
-    "Delay Factors",
-    "Forward Pass",
-    "Forward Re-pass of Roots",
-    "Finish Node Order",
-    "Calendars for Backward Pass",
-    "Backward Pass",
-    "Dynamic Backward Re-pass",
-    "Float (Total Slack)",
-    "Priority Order (level_index)",
-    "First-time Realignment & Update",
-    "Dynamic Forward Re-pass",
-    "Roll-up after Static Passes"};
+constexpr const char* kSequenceLabels[17] = {"Selecting Assignments",
+                                             "Building Network Order",
+                                             "Handling Actual Work",
+                                             "External & Fictive Dependences",
+                                             "Circularity & Network Levels",
+                                             "Delay Factors",
+                                             "Forward Pass",
+                                             "Forward Re-pass of Roots",
+                                             "Finish Node Order",
+                                             "Calendars for Backward Pass",
+                                             "Backward Pass",
+                                             "Dynamic Backward Re-pass",
+                                             "Float (Total Slack)",
+                                             "Priority Order (level_index)",
+                                             "First-time Realignment & Update",
+                                             "Dynamic Forward Re-pass",
+                                             "Roll-up after Static Passes"};
 
 struct DriverPhase {
   int index;
@@ -366,20 +361,19 @@ constexpr DriverPhase kDriverPhases[] = {
     {kTimeCommits, "Commits"},
     {kTimeTimephased, "Timephased Budget"}};
 
-constexpr const char* kCopyLabels[kTimeCopySteps] = {
-    "Copy DT-> Preparation",
-    "Copy DT-> Insert into nav_tmp_ta_02",
-    "Copy DT-> First Update of WBS",
-    "Copy DT-> Clean-up of Daily Rows",
-    "Copy DT-> Insert of Days w/Actuals",
-    "Copy DT-> Insert/Update of Daily Rows",
-    "Copy DT-> Assignments",
-    "Copy DT-> Project Assignments",
-    "Copy DT-> Second Update of WBS",
-    "Copy DT-> Third Update of WBS",
-    "Copy DT-> What-if Updates",
-    "Copy DT-> Roll-up",
-    "Copy DT-> Time-phase Calculation"};
+constexpr const char* kCopyLabels[kTimeCopySteps] = {"Copy DT-> Preparation",
+                                                     "Copy DT-> Insert into nav_tmp_ta_02",
+                                                     "Copy DT-> First Update of WBS",
+                                                     "Copy DT-> Clean-up of Daily Rows",
+                                                     "Copy DT-> Insert of Days w/Actuals",
+                                                     "Copy DT-> Insert/Update of Daily Rows",
+                                                     "Copy DT-> Assignments",
+                                                     "Copy DT-> Project Assignments",
+                                                     "Copy DT-> Second Update of WBS",
+                                                     "Copy DT-> Third Update of WBS",
+                                                     "Copy DT-> What-if Updates",
+                                                     "Copy DT-> Roll-up",
+                                                     "Copy DT-> Time-phase Calculation"};
 
 void printTimingLines(const RunState& run, FILE* file) {
   const double perTask = run.tasksTotalCount + 1.0;
@@ -398,8 +392,8 @@ void printTimingLines(const RunState& run, FILE* file) {
 
 }  // namespace
 
-void printResultsReport(const RunState& run, const char* todays, double totalSeconds,
-                        bool timing, FILE* file) {
+void printResultsReport(const RunState& run, const char* todays, double totalSeconds, bool timing,
+                        FILE* file) {
   if (file == nullptr) return;
   if (run.isWhatIfScenario != 0) {
     std::fprintf(file,
@@ -474,7 +468,7 @@ int finalizeRun(RunState& run, FILE* file) {
   // 3. Record locks, work tables and records of a run that got past its
   //    lock check.
   if (run.isOriginallyLocked == 0) {
-      if (kOptionLockProjectsWhenCalculate != 0 && run.allProjectsAreLockedByMe != 0) {
+    if (kOptionLockProjectsWhenCalculate != 0 && run.allProjectsAreLockedByMe != 0) {
       if (run.PRINT_OPTION_BASIC != 0) printBanner(file, "* Unlocking Selected Projects *");
       if (run.isWhatIfScenario != 0) {
         sql.execute(kUnlockWhatIf);
@@ -484,7 +478,7 @@ int finalizeRun(RunState& run, FILE* file) {
       }
       if (kNotifyOnCompletion == 1) sendProgress(run, "All Selected Projects are Unlocked. ", file);
     }
-      sql.execute(kEmptyProjectList);
+    sql.execute(kEmptyProjectList);
     if (errCode >= 0) emptyWorkTables(run, sql);
     sql.commit();
     freeRunRecords(run, file);

@@ -69,28 +69,28 @@
 namespace run {
 
 // Indexes of RunState::time[] (seconds) that the phases of the run fill.
-inline constexpr int kTimeLoadPhase = 1;           // readAndLoadDataForMultipleProjectsFromTheRootDB
-inline constexpr int kTimeStaticSequence = 2;      // processDepForWbsItemStatic
-inline constexpr int kTimeDynamicResolution = 3;   // realignment after each placement (main loop)
-inline constexpr int kTimeSearch = 4;              // LEVEL_FC_SEARCH_2 calls (main loop)
-inline constexpr int kTimeCriticalPath = 5;        // critical path after levelling
-inline constexpr int kTimeSelectAssignments = 6;   // main loop: reading the assignments
-inline constexpr int kTimeCalendarDays = 7;        // LEVEL_FC_CREATE_CDY_LEVEL
-inline constexpr int kTimeRollups = 8;             // roll-ups during the main loop
-inline constexpr int kTimeFinalRollup = 9;         // final roll-up of containers
-inline constexpr int kTimeFinalUpdate = 10;        // final update of the items
-inline constexpr int kTimeProjectDates = 11;       // project dates, assignment summaries
-inline constexpr int kTimeCopyToPlan = 12;         // Lev_kor_wbs into KOR_WBS
-inline constexpr int kTimeConflicts = 13;          // the conflict list
-inline constexpr int kTimeCommits = 14;            // commits of the main loop
-inline constexpr int kTimeTimephased = 15;         // LEVEL_FC_TIMEPHASE_LEVELED (kind 4)
-inline constexpr int kTimeCopyFirst = 20;          // copy phase: 20 .. 32, thirteen steps
+inline constexpr int kTimeLoadPhase = 1;          // readAndLoadDataForMultipleProjectsFromTheRootDB
+inline constexpr int kTimeStaticSequence = 2;     // processDepForWbsItemStatic
+inline constexpr int kTimeDynamicResolution = 3;  // realignment after each placement (main loop)
+inline constexpr int kTimeSearch = 4;             // LEVEL_FC_SEARCH_2 calls (main loop)
+inline constexpr int kTimeCriticalPath = 5;       // critical path after levelling
+inline constexpr int kTimeSelectAssignments = 6;  // main loop: reading the assignments
+inline constexpr int kTimeCalendarDays = 7;       // LEVEL_FC_CREATE_CDY_LEVEL
+inline constexpr int kTimeRollups = 8;            // roll-ups during the main loop
+inline constexpr int kTimeFinalRollup = 9;        // final roll-up of containers
+inline constexpr int kTimeFinalUpdate = 10;       // final update of the items
+inline constexpr int kTimeProjectDates = 11;      // project dates, assignment summaries
+inline constexpr int kTimeCopyToPlan = 12;        // Lev_kor_wbs into KOR_WBS
+inline constexpr int kTimeConflicts = 13;         // the conflict list
+inline constexpr int kTimeCommits = 14;           // commits of the main loop
+inline constexpr int kTimeTimephased = 15;        // LEVEL_FC_TIMEPHASE_LEVELED (kind 4)
+inline constexpr int kTimeCopyFirst = 20;         // copy phase: 20 .. 32, thirteen steps
 inline constexpr int kTimeCopySteps = 13;
 
 // The results report of step 5: `todays` is the time stamp printed,
 // `totalSeconds` the run's processor time, `timing` adds the detailed lines.
-void printResultsReport(const RunState& run, const char* todays, double totalSeconds,
-                        bool timing, FILE* file);
+void printResultsReport(const RunState& run, const char* todays, double totalSeconds, bool timing,
+                        FILE* file);
 
 }  // namespace run
 

@@ -49,8 +49,8 @@ class ConflictList : public ::testing::Test {
                .extra = extra});
   }
   void dependency(const std::string& pred, const std::string& succ, int depType, int lag = 0) {
-    r.db.dependency({.pred = pred, .succ = succ, .predProject = "P1", .depType = depType,
-                     .lag = lag});
+    r.db.dependency(
+        {.pred = pred, .succ = succ, .predProject = "P1", .depType = depType, .lag = lag});
   }
   // The work table holds the WBS of the selected projects (copied at the
   // start of the run).
@@ -92,14 +92,14 @@ TEST_F(ConflictList, OneCodePerBrokenDependencyTypeAndConstraintType) {
   item("C3", "2024-01-08", "2024-01-10", {}, 3, stamp("2024-01-09"));  // finish no later than
   item("C4", "2024-01-08", "2024-01-10", {}, 4, stamp("2024-01-09"));  // must finish on
   item("C4ok", "2024-01-08", "2024-01-10", {}, 4, "2024-01-10 12:00:00.000000");  // same day
-  item("C5", "2024-01-08", "2024-01-10", {}, 5, stamp("2024-01-09"));  // must start on
+  item("C5", "2024-01-08", "2024-01-10", {}, 5, stamp("2024-01-09"));             // must start on
   item("C6", "2024-01-08", "2024-01-10", {}, 6, stamp("2024-01-09"));  // start no earlier than
   item("C6ok", "2024-01-08", "2024-01-10", {}, 6, stamp("2024-01-08"));
   item("C7", "2024-01-08", "2024-01-10", {}, 7, stamp("2024-01-05"));  // start no later than
 
   // Finished items are not examined; finished with remaining work they are.
-  item("DONE", "2024-01-09", "2024-01-12",
-       {{"ACTUAL_FINISH", stamp("2024-01-12")}, {"ETC", "0"}}, 7, stamp("2024-01-05"));
+  item("DONE", "2024-01-09", "2024-01-12", {{"ACTUAL_FINISH", stamp("2024-01-12")}, {"ETC", "0"}},
+       7, stamp("2024-01-05"));
   dependency("A", "DONE", 0);
   item("REOPENED", "2024-01-09", "2024-01-12",
        {{"ACTUAL_FINISH", stamp("2024-01-12")}, {"ETC", "240"}}, 7, stamp("2024-01-05"));
@@ -107,12 +107,12 @@ TEST_F(ConflictList, OneCodePerBrokenDependencyTypeAndConstraintType) {
   // An item whose conflict is gone loses its old list; a project outside the
   // run keeps its own.
   item("CLEAN", "2024-01-08", "2024-01-10", {{"LEVEL_CONFLICT", "0080:A;"}});
-  item("OUT", "2024-01-08", "2024-01-10", {{"LEVEL_CONFLICT", "0100:old;"}}, 7,
-       stamp("2024-01-05"), "P2");
+  item("OUT", "2024-01-08", "2024-01-10", {{"LEVEL_CONFLICT", "0100:old;"}}, 7, stamp("2024-01-05"),
+       "P2");
   copyToWorkTable();
-  ASSERT_EQ(0, r.db.store().execute(
-                   "INSERT INTO Lev_kor_wbs (PROJECT_ID, ELEMENT_ID, LEVEL_CONFLICT) "
-                   "VALUES ('P2', 'OUT', '0100:old;')"));
+  ASSERT_EQ(0,
+            r.db.store().execute("INSERT INTO Lev_kor_wbs (PROJECT_ID, ELEMENT_ID, LEVEL_CONFLICT) "
+                                 "VALUES ('P2', 'OUT', '0100:old;')"));
 
   ASSERT_EQ(0, run::doUpdateConflictListDB(*r.run, r.log()));
 
@@ -120,7 +120,8 @@ TEST_F(ConflictList, OneCodePerBrokenDependencyTypeAndConstraintType) {
   EXPECT_EQ("0010:A;", conflicts("SS"));
   EXPECT_EQ("0040:A;", conflicts("FF"));
   EXPECT_EQ("0020:A;", conflicts("SF"));
-  for (const char* ok : {"A", "FSok", "SSok", "FFok", "SFok", "C2ok", "C4ok", "C6ok", "DONE", "CLEAN"}) {
+  for (const char* ok :
+       {"A", "FSok", "SSok", "FFok", "SFok", "C2ok", "C4ok", "C6ok", "DONE", "CLEAN"}) {
     EXPECT_EQ("<null>", conflicts(ok)) << ok;
   }
   EXPECT_EQ("0100:2024-01-11 08:00:00.000000;", conflicts("C2"));
