@@ -484,6 +484,22 @@ TEST_F(Finalisation, ALockedRunNamesTheRunThatHoldsTheLock) {
                 "'Plan B''\nRESOURCE_NAME = Ann Smith\nRESOURCE_ID = U1\n\n",
             r.description());
 
+  // A what-if run: the scenario's projects, its own scenario lock 10 passed over.
+  r.db.row("NAV_SCENARIOS", {{"ELEMENT_ID", "P1S"}});
+  r.db.row("NAV_SCENARIOS", {{"ELEMENT_ID", "P1T"}});
+  state = stoppedRun(200114);
+  state->isWhatIfScenario = 1;
+  state->optionFlag = 4;
+  run::copyCut(state->element_id, run::kIdSize, "SCN1");
+  run::copyCut(state->root_node_name, run::kRootNameSize, "Plan C");
+  finalize(state);
+  EXPECT_EQ("[Locked] Leveling What-if? Scenario: 'Plan C'", r.subject());
+  EXPECT_EQ(std::string(kNow) +
+                "\n'Plan C' \nor one of its sub-elements \nis locked for Calculate/Leveling by "
+                "someone at 2024-01-08 08:10:00.000000'\nRESOURCE_NAME = Bob Brown\n"
+                "RESOURCE_ID = U2\n\n",
+            r.description());
+
   // A portfolio folder: the projects placed in it and their sub-projects.
   r.db.row("KOR_PORTFOLIOS",
            {{"ELEMENT_ID", "F1"}, {"RANK", "F1"}, {"TYPE_ID", "64"}, {"ELEMENT_NAME", "Folder"}});
