@@ -59,6 +59,10 @@
 //   nothing of the lock.
 // - The final text is put in front of the accumulated message, as every
 //   progress text is (the newest step first).
+// - run._wneverLine is left as the failing step set it (the final text
+//   reports it).
+// - Nothing is thrown out of it (the driver calls it from its exception
+//   exit as well): an exception inside it is logged and 0 returned.
 #ifndef LEVELER_RUN_FINALISATION_H
 #define LEVELER_RUN_FINALISATION_H
 
