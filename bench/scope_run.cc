@@ -2,13 +2,15 @@
 
 #include <cstdio>
 #include <cstring>
-#include <unordered_set>
+#include <memory>
 
 #include "calendar/dates.h"
 #include "model/activity.h"
 #include "model/assignment.h"
 #include "network/load_sequence.h"
 #include "network/processing_sequence.h"
+#include "run/cleanup.h"
+#include "run/run_state.h"
 #include "scope_generator.h"
 
 namespace scopegen {
@@ -27,16 +29,6 @@ void expectOk(db::Store& store, int32_t code, const char* what,
   if (code != 0 && errors != nullptr) {
     errors->push_back(std::string(what) + ": " + std::to_string(code) + " " +
                       std::string(store.status().message));
-  }
-}
-
-template <class F>
-void forEachElement(linked_list_type* list, F f) {
-  if (list == nullptr || ll_size(list) == 0) return;
-  ll_head(list);
-  for (int32_t i = 0, n = ll_size(list); i < n; ++i) {
-    f(ll_retrieve(list));
-    ll_next(list);
   }
 }
 
@@ -127,26 +119,23 @@ ScopeRun::ScopeRun(db::Store& store, const ScopeRunOptions& o) : binding_(store)
 }
 
 ScopeRun::~ScopeRun() {
-  forEachElement(act_tmp_list_, [](void* e) { activityDelete(static_cast<activity_type*>(e)); });
-  forEachElement(act_tmp_list_3_,
-                 [](void* e) { activityDelete(static_cast<activity_type*>(e)); });
-  forEachElement(assignments_list_,
-                 [](void* e) { assignmentDelete(static_cast<assignment_type*>(e)); });
-  std::unordered_set<void*> loaded;
-  forEachElement(projects_list_, [&](void* e) { loaded.insert(e); });
-  forEachElement(input_projects_list_, [&](void* e) {
-    if (loaded.count(e) == 0) projectDelete(static_cast<project_type*>(e));
-  });
-  forEachElement(projects_list_, [](void* e) { projectDelete(static_cast<project_type*>(e)); });
-  forEachElement(ext_projects_list_,
-                 [](void* e) { projectDelete(static_cast<project_type*>(e)); });
-  for (linked_list_type* l :
-       {input_projects_list_, projects_list_, ext_projects_list_, root_act_list_, act_tmp_list_,
-        activities_list_, proj_act_OnExt_dep_list_, ext_pred_list_, act_tmp_list_3_,
-        act_tmp_list_4_, act_tmp_list_5_, assignments_list_}) {
-    ll_delete(l);
-  }
-  smanagerDelete(sm_);
+  // The run's own clean-up: every record released once through the list
+  // that owns it (see run/cleanup.h).
+  auto records = std::make_unique<run::RunState>();
+  records->sm = sm_;
+  records->input_projects_list = input_projects_list_;
+  records->projects_list = projects_list_;
+  records->ext_projects_list = ext_projects_list_;
+  records->root_act_list = root_act_list_;
+  records->act_tmp_list = act_tmp_list_;
+  records->activities_list = activities_list_;
+  records->proj_act_OnExt_dep_list = proj_act_OnExt_dep_list_;
+  records->ext_pred_list = ext_pred_list_;
+  records->act_tmp_list_3 = act_tmp_list_3_;
+  records->act_tmp_list_4 = act_tmp_list_4_;
+  records->act_tmp_list_5 = act_tmp_list_5_;
+  records->assignments_list = assignments_list_;
+  run::freeRunRecords(*records, nullptr);
 }
 
 }  // namespace scopegen
