@@ -626,7 +626,9 @@ int copyProject(Copy& c, const std::string& project) {
 
   run._wneverLine = kCopyLineProjAssignments;
   rc = c.store.execute(kUpdateProjectAssignmentsPlanned, {project, project, project});
-  if (rc >= 0) rc = c.store.execute(kUpdateProjectAssignmentsScheduled, {project, project, project});
+  if (rc >= 0) {
+    rc = c.store.execute(kUpdateProjectAssignmentsScheduled, {project, project, project});
+  }
   if (rc < 0) return sqlFailure(c, rc);
   lap(run, kCopyTimeProjectAssignments, since);
 

@@ -176,13 +176,18 @@ TEST_F(CopyPhaseTest, LevelledValuesBecomeThePlanOnce) {
               {"BAK_ASSIGN_STRING", "bak-A2"}},
              120);
   assignment("T1", "A3", {{"BIT_FLAG", "2"}, {"LEVEL_EFFORT", "240"}});  // not started
-  // On the project item, with its resource project assignment.
+  // On the project item, with two resource project assignments.
   assignment("P1", "A5", {{"LEVEL_START", "2024-03-02 08:00:00.000000"},
                           {"LEVEL_FINISH", "2024-03-07 17:00:00.000000"}});
   db().row("PROJECT_ASSIGNMENTS", {{"PROJECT_ID", "P1"}, {"RESOURCE_ID", "RA5"},
                                    {"RESOURCE_TYPE", "1"},
                                    {"LEVEL_PLANNED_START", "2024-03-02 08:00:00.000000"},
                                    {"LEVEL_PLANNED_FINISH", "2024-03-07 17:00:00.000000"}});
+  db().row("PROJECT_ASSIGNMENTS",  // scheduled dates before planned ones
+           {{"PROJECT_ID", "P1"}, {"RESOURCE_ID", "R6"}, {"RESOURCE_TYPE", "1"},
+            {"LEVEL_PLANNED_START", "2024-03-01 08:00:00.000000"},
+            {"LEVEL_SCHED_START", "2024-03-05 08:00:00.000000"},
+            {"LEVEL_SCHED_FINISH", "2024-03-11 17:00:00.000000"}});
   ASSERT_EQ(copy(), 0) << logText();
 
   const char* kPlan = "PLANNED_START, PLANNED_FINISH, SCHED_START, SCHED_FINISH, "
@@ -210,12 +215,12 @@ TEST_F(CopyPhaseTest, LevelledValuesBecomeThePlanOnce) {
   EXPECT_EQ(text("SELECT GROUP_CONCAT(RESOURCE_ID || '=' || COALESCE(ESTIMATED_PLANNED_START, "
                  "'NULL') || '/' || COALESCE(ESTIMATED_PLANNED_FINISH, 'NULL'), ' ') "
                  "FROM PROJECT_ASSIGNMENTS"),
-            "RA5=2024-03-02 08:00:00.000000/2024-03-07 17:00:00.000000");
-  // The project has tasks: START_DT stays; its start moves to the project
-  // assignments' earlier 03-02, its finish stays (their 03-07 is earlier).
+            "RA5=2024-03-02 08:00:00.000000/2024-03-07 17:00:00.000000 R6=NULL/NULL");
+  // The project has tasks: START_DT stays; its dates widen to the project
+  // assignments' earliest start (03-02) and latest finish (03-11).
   EXPECT_EQ(wbs("P1", "LEVEL_STATE, PLANNED_START, START_DT, START_FINISH_DATE, "
                       "FINISH_START_DATE"),
-            join({"2", kMon, "NULL", "2024-03-02", "2024-03-08"}));
+            join({"2", kMon, "NULL", "2024-03-02", "2024-03-11"}));
 
   EXPECT_EQ(calls_, (std::vector<std::string>{
                         "LEVEL_FC_Rollup(P1%)", "LEVEL_FC_Rollup_Timephase()",
