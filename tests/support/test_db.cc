@@ -48,9 +48,11 @@ DayBits shortDay(int endMinute) {
 
 }  // namespace
 
-TestDb::TestDb() : path_(tempPath()) {
+TestDb::TestDb() : TestDb(host::SqliteOptions{}) {}
+
+TestDb::TestDb(const host::SqliteOptions& options) : path_(tempPath()) {
   db::SqlStatus failure;
-  store_ = host::SqliteStore::open(path_, {}, &failure);
+  store_ = host::SqliteStore::open(path_, options, &failure);
   if (!store_) {
     ADD_FAILURE() << "cannot open test database " << path_ << ": " << failure.message;
     std::abort();

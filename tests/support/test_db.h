@@ -117,8 +117,11 @@ struct DayWorkData {
 class TestDb {
  public:
   // A new database in a temporary file (removed with its WAL files when the
-  // builder goes), its store bound to the calling thread.
+  // builder goes), its store bound to the calling thread. The second form
+  // opens the store with the given options (e.g. a procedure registry of
+  // the test's own, with fakes of host procedures).
   TestDb();
+  explicit TestDb(const host::SqliteOptions& options);
   ~TestDb();
   TestDb(const TestDb&) = delete;
   TestDb& operator=(const TestDb&) = delete;
