@@ -7,42 +7,44 @@
 // Timings are seconds of processor time, summed over all projects of the
 // run (the results report divides them by the number of projects copied,
 // RunState::num_proj, which the copy sets):
-//   40 preparation: date format, current time stamp, the project's details
+//   20 preparation: date format, current time stamp, the project's details
 //      and rank (and the never-calculated / no-new-data decisions)
-//   41 the assignments to copy into nav_tmp_ta_02
-//   42 first update of the WBS: tasks of partly levelled project
+//   21 the assignments to copy into nav_tmp_ta_02
+//   22 first update of the WBS: tasks of partly levelled project
 //      assignments set back to LEVEL_STATE 0
-//   43 clean-up of the planned daily rows
-//   44 days with actuals (NAV_TMP_TDYD, and their level rows dropped)
-//   45 insert of the levelled daily rows, and the bits of days with actuals
-//   46 the task assignments
-//   47 the project assignments' estimated dates
-//   48 second update of the WBS (items with effort)
-//   49 third update of the WBS (items without effort)
-//   50 the project dates (what-if work tables, project item dates, priority)
-//   51 the roll-up (ROLLUP_BITS of projects, LEVEL_FC_Rollup)
-//   52 the time-phase calculation and budget switch after the loop, and the
+//   23 clean-up of the planned daily rows
+//   24 days with actuals (NAV_TMP_TDYD, and their level rows dropped)
+//   25 insert of the levelled daily rows, and the bits of days with actuals
+//   26 the task assignments
+//   27 the project assignments' estimated dates
+//   28 second update of the WBS (items with effort)
+//   29 third update of the WBS (items without effort)
+//   30 the project dates (what-if work tables, project item dates, priority)
+//   31 the roll-up (ROLLUP_BITS of projects, LEVEL_FC_Rollup)
+//   32 the time-phase calculation and budget switch after the loop, and the
 //      final drop of the level daily rows
 #ifndef LEVELER_RUN_COPY_PHASE_H
 #define LEVELER_RUN_COPY_PHASE_H
 
+#include "run/finalisation.h"
+
 namespace run {
 
-inline constexpr int kCopyTimeFirst = 40;
+inline constexpr int kCopyTimeFirst = kTimeCopyFirst;  // the report reads 20..32
 inline constexpr int kCopyTimeSteps = 13;
-inline constexpr int kCopyTimePreparation = 40;
-inline constexpr int kCopyTimeSelectAssignments = 41;
-inline constexpr int kCopyTimeFirstWbsUpdate = 42;
-inline constexpr int kCopyTimeDailyCleanup = 43;
-inline constexpr int kCopyTimeDaysWithActuals = 44;
-inline constexpr int kCopyTimeDailyRows = 45;
-inline constexpr int kCopyTimeAssignments = 46;
-inline constexpr int kCopyTimeProjectAssignments = 47;
-inline constexpr int kCopyTimeSecondWbsUpdate = 48;
-inline constexpr int kCopyTimeThirdWbsUpdate = 49;
-inline constexpr int kCopyTimeProjectDates = 50;
-inline constexpr int kCopyTimeRollup = 51;
-inline constexpr int kCopyTimeTimephase = 52;
+inline constexpr int kCopyTimePreparation = 20;
+inline constexpr int kCopyTimeSelectAssignments = 21;
+inline constexpr int kCopyTimeFirstWbsUpdate = 22;
+inline constexpr int kCopyTimeDailyCleanup = 23;
+inline constexpr int kCopyTimeDaysWithActuals = 24;
+inline constexpr int kCopyTimeDailyRows = 25;
+inline constexpr int kCopyTimeAssignments = 26;
+inline constexpr int kCopyTimeProjectAssignments = 27;
+inline constexpr int kCopyTimeSecondWbsUpdate = 28;
+inline constexpr int kCopyTimeThirdWbsUpdate = 29;
+inline constexpr int kCopyTimeProjectDates = 30;
+inline constexpr int kCopyTimeRollup = 31;
+inline constexpr int kCopyTimeTimephase = 32;
 
 // Phase text of db::reportProgress: done/total count the selected projects.
 inline constexpr const char* kCopyProgressPhase = "copying results";
