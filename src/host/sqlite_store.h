@@ -3,7 +3,9 @@
 // Opening sets the connection up for a levelling run:
 // - journal_mode=WAL and synchronous=NORMAL. A run commits every few hundred
 //   rows (LEVEL_COMMIT). Measured on this machine with bench/store_bench
-//   (single-row keyed updates of Lev_kor_wbs, a commit every 400 rows),
+//   (single-row keyed updates of a table of the file, a commit every 400
+//   rows; measured when the work tables were still tables of the file, the
+//   bench now updates KOR_WBS),
 //   median rows per second over several runs: with a full sync at each
 //   commit 21,000-113,000 (rollback journal) and 84,000-160,000 (WAL); in
 //   WAL with NORMAL 150,000-220,000. The full-sync figures swing with what
