@@ -27,7 +27,8 @@ class SqliteStore::SqliteCursor final : public db::Store::CursorState {
 
 namespace {
 
-constexpr const char* kBegin = "BEGIN";
+constexpr const char* kBeginImmediate = "BEGIN IMMEDIATE";
+constexpr const char* kBeginDeferred = "BEGIN";
 // Beyond this many distinct texts a new text is prepared for one use only,
 // so that texts built with literal values cannot grow the cache without end.
 constexpr std::size_t kMaxCachedTexts = 1000;
@@ -83,8 +84,11 @@ CallText parseCallText(std::string_view text) {
 
 }  // namespace
 
-SqliteStore::SqliteStore(sqlite3* connection, const ProcedureRegistry* procedures)
-    : db_(connection), procedures_(procedures) {}
+SqliteStore::SqliteStore(sqlite3* connection, const ProcedureRegistry* procedures,
+                         bool writeLockAtBegin)
+    : db_(connection),
+      procedures_(procedures),
+      beginSql_(writeLockAtBegin ? kBeginImmediate : kBeginDeferred) {}
 
 std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
                                                const SqliteOptions& options,
@@ -108,7 +112,8 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
 
   const ProcedureRegistry* procedures =
       options.procedures != nullptr ? options.procedures : &hostProcedures();
-  std::unique_ptr<SqliteStore> store(new SqliteStore(connection, procedures));
+  std::unique_ptr<SqliteStore> store(
+      new SqliteStore(connection, procedures, options.writeLockAtBegin));
 
   int32_t status = store->executeScript(
       "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; "
@@ -117,20 +122,18 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
     rc = registerSqlFunctions(connection, store.get());
     if (rc != SQLITE_OK) status = store->databaseFailure(rc);
   }
-  if (status == 0 && options.createSchema) {
-    // One transaction for the whole script: one commit instead of one per
-    // table.
-    status = store->executeScript("BEGIN;\n" + std::string(schemaDdl()) + "\nCOMMIT;");
-  }
   if (status == 0) {
-    Lease begin;
-    status = store->lease(kBegin, begin);
-    if (status == 0) {
-      rc = sqlite3_step(begin.stmt);
-      status = rc == SQLITE_DONE ? store->succeed(0, 0) : store->databaseFailure(rc);
-      store->giveBack(begin);
-    }
+    // One transaction for the whole script: one commit instead of one per
+    // table. The work tables are the connection's own and touch nothing of
+    // the file, so they never wait for another connection's lock; they are
+    // in place before the run's first transaction begins.
+    std::string script = "BEGIN;\n";
+    if (options.createSchema) script += schemaDdl();
+    script += workTableDdl();
+    script += "\nCOMMIT;";
+    status = store->executeScript(script);  // on failure the store's end rolls back
   }
+  if (status == 0) status = store->begin();
   if (status != 0) {
     if (failure != nullptr) *failure = store->status();
     return nullptr;
@@ -146,6 +149,22 @@ SqliteStore::~SqliteStore() {
     sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
   }
   sqlite3_close(db_);
+}
+
+int32_t SqliteStore::step(const char* sql) {
+  Lease l;
+  int32_t rc = lease(sql, l);
+  if (rc != 0) return rc;
+  const int done = sqlite3_step(l.stmt);
+  rc = done == SQLITE_DONE ? succeed(db::kSqlOk, 0) : databaseFailure(done);
+  giveBack(l);
+  return rc;
+}
+
+int32_t SqliteStore::begin() { return step(beginSql_); }
+
+int32_t SqliteStore::ensureTransaction() {
+  return sqlite3_get_autocommit(db_) != 0 ? begin() : db::kSqlOk;
 }
 
 int32_t SqliteStore::databaseFailure(int sqliteCode) {
@@ -296,8 +315,11 @@ int32_t SqliteStore::fetchRow(sqlite3_stmt* stmt, db::Vars into) {
 }
 
 int32_t SqliteStore::selectInto(std::string_view sql, db::Binds in, db::Vars into) {
+  int32_t rc = injectedFailureFor(sql);
+  if (rc == 0) rc = ensureTransaction();
+  if (rc != 0) return rc;
   Lease l;
-  int32_t rc = lease(sql, l);
+  rc = lease(sql, l);
   if (rc != 0) return rc;
   rc = bindInputs(l.stmt, in, false);
   if (rc == 0) {
@@ -327,8 +349,11 @@ int32_t SqliteStore::selectInto(std::string_view sql, db::Binds in, db::Vars int
 }
 
 int32_t SqliteStore::execute(std::string_view sql, db::Binds in) {
+  int32_t rc = injectedFailureFor(sql);
+  if (rc == 0) rc = ensureTransaction();
+  if (rc != 0) return rc;
   Lease l;
-  int32_t rc = lease(sql, l);
+  rc = lease(sql, l);
   if (rc != 0) return rc;
   rc = bindInputs(l.stmt, in, false);
   if (rc == 0) {
@@ -345,8 +370,11 @@ int32_t SqliteStore::execute(std::string_view sql, db::Binds in) {
 
 int32_t SqliteStore::openCursor(std::unique_ptr<CursorState>& state, std::string_view sql,
                                 db::Binds in) {
+  int32_t rc = injectedFailureFor(sql);
+  if (rc == 0) rc = ensureTransaction();
+  if (rc != 0) return rc;
   auto cursor = std::make_unique<SqliteCursor>();
-  int32_t rc = lease(sql, cursor->lease);
+  rc = lease(sql, cursor->lease);
   if (rc != 0) return rc;
   // Inputs are copied: they are read now, the rows later.
   rc = bindInputs(cursor->lease.stmt, in, true);
@@ -379,6 +407,8 @@ void SqliteStore::closeCursor(CursorState& state) {
 
 int32_t SqliteStore::call(std::string_view procedure, db::Vars args,
                           const db::HostVar* result) {
+  // The procedure's own statements begin a transaction if need be.
+  if (const int32_t injected = injectedFailureFor(procedure); injected != 0) return injected;
   const CallText text = parseCallText(procedure);
   const std::string name(text.name);
   const ProcedureEntry* entry = procedures_->find(name);
@@ -406,16 +436,11 @@ int32_t SqliteStore::call(std::string_view procedure, db::Vars args,
 }
 
 int32_t SqliteStore::commitAndBegin() {
-  for (const char* sql : {kCommit, kBegin}) {
-    Lease l;
-    int32_t rc = lease(sql, l);
-    if (rc != 0) return rc;
-    const int step = sqlite3_step(l.stmt);
-    rc = step == SQLITE_DONE ? db::kSqlOk : databaseFailure(step);
-    giveBack(l);
+  if (sqlite3_get_autocommit(db_) == 0) {
+    const int32_t rc = step(kCommit);
     if (rc != 0) return rc;
   }
-  return succeed(db::kSqlOk, 0);
+  return begin();
 }
 
 int32_t SqliteStore::executeScript(std::string_view sql) {

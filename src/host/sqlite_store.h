@@ -3,7 +3,9 @@
 // Opening sets the connection up for a levelling run:
 // - journal_mode=WAL and synchronous=NORMAL. A run commits every few hundred
 //   rows (LEVEL_COMMIT). Measured on this machine with bench/store_bench
-//   (single-row keyed updates of Lev_kor_wbs, a commit every 400 rows),
+//   (single-row keyed updates of a table of the file, a commit every 400
+//   rows; measured when the work tables were still tables of the file, the
+//   bench now updates KOR_WBS),
 //   median rows per second over several runs: with a full sync at each
 //   commit 21,000-113,000 (rollback journal) and 84,000-160,000 (WAL); in
 //   WAL with NORMAL 150,000-220,000. The full-sync figures swing with what
@@ -13,22 +15,49 @@
 //   operating-system crash or a power loss may lose the last few commits
 //   (the database itself stays intact). For a schedule that can be
 //   recomputed from its inputs that is the right trade.
-// - a busy timeout (SqliteOptions::busyTimeoutMs): a run that meets another
-//   connection's write lock waits that long before failing with -5 (or an
-//   extended form of it, such as -517 when its snapshot is out of date).
+// - a busy timeout (SqliteOptions::busyTimeoutMs, 5 minutes by default): a
+//   connection that meets another connection's write lock waits that long
+//   for it (SQLite polls) before failing with -5.
 // - case_sensitive_like=ON, so that LIKE compares as on the other database
 //   the statements run on, and `RANK LIKE 'pattern%'` can use the RANK
 //   indexes.
 // - the SQL helper functions (sql_functions.h) and, unless told otherwise,
-//   the schema (schema.h, created if missing).
+//   the application tables (schema.h, created if missing); then the work
+//   tables, temporary tables of this connection (workTableDdl), created on
+//   every open before the first transaction begins. Their rows are seen by
+//   this connection only and go when it closes.
 // - then a transaction is begun. The run works inside it; the host
 //   procedure LEVEL_COMMIT commits and begins the next one at once. Nothing
 //   else commits: closing the store rolls back what was not committed.
-//   The transaction is deferred: the write lock is taken by the first
-//   change and held until LEVEL_COMMIT, while other connections can still
-//   read (WAL readers see the last commit). A connection reads from one
-//   snapshot from its first read until its next LEVEL_COMMIT, so another
-//   connection's commit becomes visible to it after that.
+//
+// Transactions take the write lock when they begin (BEGIN IMMEDIATE), not at
+// their first change. The reason: in WAL mode a deferred transaction reads
+// from the snapshot of its first read, and when it later tries to write
+// after another connection has committed, SQLite refuses at once with
+// SQLITE_BUSY_SNAPSHOT (-517) - its snapshot is out of date, so waiting
+// cannot help and the busy timeout is not used. A run reads and writes all
+// the time, so two runs on one database file would fail each other. With
+// the write lock taken at begin, the second connection waits (busy timeout)
+// at its BEGIN until the other commits, and then reads and writes from a
+// snapshot that no one else can change before its own commit. Readers are
+// never blocked (WAL). The price: one writer at a time, and SQLite's lock is
+// not queued - a run that commits and begins again at once mostly keeps it,
+// so another run usually waits for the first one's end (its store closed),
+// up to the busy timeout per attempt. Hence the long default timeout, and
+// hence an open store, even idle, holds the write lock: close it when the
+// run is done. Connections that only read (reports, checks, tests looking
+// on from the side) set writeLockAtBegin = false and keep the deferred
+// transaction: they take no lock and read from one snapshot from their
+// first read until their next LEVEL_COMMIT.
+//
+// Should a transaction be gone when an operation starts (a BEGIN that
+// failed in LEVEL_COMMIT, or one that SQLite rolled back itself after an
+// I/O or memory failure), the operation begins one first, so that
+// statements never run outside a transaction and still only LEVEL_COMMIT
+// commits.
+//
+// Test switch: the failure injection of db::Store is consulted at the top
+// of selectInto, execute, call and cursor open.
 //
 // Statements: each distinct statement text is prepared once per connection
 // and kept; a later execution of the same text reuses it (the cache is keyed
@@ -64,8 +93,14 @@ namespace host {
 class ProcedureRegistry;
 
 struct SqliteOptions {
-  int busyTimeoutMs = 10000;
+  // How long to wait for another connection's lock before failing with -5.
+  int busyTimeoutMs = 300000;
+  // Create the application tables when missing (the work tables are created
+  // on every open regardless).
   bool createSchema = true;
+  // BEGIN IMMEDIATE (true) or a deferred BEGIN for connections that only
+  // read (see the header comment).
+  bool writeLockAtBegin = true;
   // Null: the process-wide registry hostProcedures().
   const ProcedureRegistry* procedures = nullptr;
 };
@@ -87,7 +122,9 @@ class SqliteStore final : public db::Store {
   int32_t call(std::string_view procedure, db::Vars args = {},
                const db::HostVar* result = nullptr) override;
 
-  // LEVEL_COMMIT's work: commit, then begin the next transaction.
+  // LEVEL_COMMIT's work: commit, then begin the next transaction (with the
+  // write lock when writeLockAtBegin). Without an open transaction only the
+  // begin is done.
   int32_t commitAndBegin();
   // Runs a script of statements without inputs, outside the statement
   // cache (schema creation, test set-up).
@@ -123,8 +160,13 @@ class SqliteStore final : public db::Store {
   };
   class SqliteCursor;
 
-  SqliteStore(sqlite3* connection, const ProcedureRegistry* procedures);
+  SqliteStore(sqlite3* connection, const ProcedureRegistry* procedures, bool writeLockAtBegin);
 
+  // Runs one statement without inputs or rows (BEGIN, COMMIT).
+  int32_t step(const char* sql);
+  int32_t begin();
+  // Begins a transaction when none is open (see the header comment).
+  int32_t ensureTransaction();
   int32_t lease(std::string_view sql, Lease& out);
   void giveBack(Lease& lease);
   int32_t bindInputs(sqlite3_stmt* stmt, db::Binds in, bool copyTexts);
@@ -134,6 +176,7 @@ class SqliteStore final : public db::Store {
 
   sqlite3* db_;
   const ProcedureRegistry* procedures_;
+  const char* beginSql_;
   std::unordered_map<std::string, IdleList, TextHash, std::equal_to<>> cache_;
   int64_t prepareCount_ = 0;
   std::string fixedTime_;

@@ -36,6 +36,14 @@
 // transaction begun, and only the host procedure LEVEL_COMMIT commits (it
 // begins the next one at once); there is no other commit or rollback.
 //
+// Failures on demand (for tests): injectFailure arms a one-shot switch that
+// makes a chosen statement fail without running it, so that the failure
+// paths of the code above the store can be driven on a real database. See
+// injectFailure below; every backend consults it through
+// injectedFailureFor(), at the top of selectInto, execute, call and cursor
+// open (fetch and close are not statements of their own and never fail
+// this way).
+//
 // Threads: a Store is used by one thread at a time. The engine reaches the
 // run's connection through currentStore(), which the entry point binds for
 // the run's thread with a StoreBinding (the entry points of the engine take
@@ -46,6 +54,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "store/host_vars.h"
@@ -86,8 +95,26 @@ class Store {
   SqlStatus& status() { return status_; }
   const SqlStatus& status() const { return status_; }
 
+  // Test switch. Arms a failure: from now on the statements whose text
+  // contains `sqlContains` (case-sensitive; for call, the call text or
+  // procedure name as given; an empty text matches every statement) are
+  // counted; the first `skipMatches` of them run normally, the next one is
+  // not executed and fails with `code`, status message "injected failure"
+  // and no rows. Then the switch disarms itself (one shot). Arming again
+  // replaces an armed switch. `code` must be negative (a failure); any
+  // other code leaves the switch disarmed.
+  void injectFailure(std::string_view sqlContains, int32_t code, int skipMatches = 0);
+  // Disarms the switch (nothing happens when it is not armed).
+  void clearInjectedFailure();
+
  protected:
   friend class Cursor;
+
+  // For backends, first thing in every operation, with the statement text
+  // (or the call text or procedure name): 0 when the statement is to run;
+  // otherwise the injected code, already set in status(), and the
+  // operation returns it without executing anything.
+  int32_t injectedFailureFor(std::string_view sql);
 
   // The backend's state of one open cursor.
   class CursorState {
@@ -103,6 +130,15 @@ class Store {
   virtual void closeCursor(CursorState& state) = 0;
 
   SqlStatus status_;
+
+ private:
+  struct InjectedFailure {
+    bool armed = false;
+    std::string contains;
+    int32_t code = 0;
+    int skip = 0;  // matching statements still to run normally
+  };
+  InjectedFailure injected_;
 };
 
 // A cursor of one store. Declared closed; open runs the query with its

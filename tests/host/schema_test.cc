@@ -1,6 +1,7 @@
 // The schema against the statements the engine runs: every table exists,
-// and the work tables filled by "insert into T select ..." without a column
-// list take the select lists of those statements, column for column.
+// the work tables filled by "insert into T select ..." without a column
+// list take the select lists of those statements, column for column, and
+// the work tables are the connection's own, also over an older file.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -19,6 +20,11 @@ class Schema : public ::testing::Test {
   }
   void run(const char* sql, db::Binds in = {}) {
     EXPECT_EQ(0, store_->execute(sql, in)) << sql << "\n" << store_->status().message;
+  }
+  int32_t count(const char* sql, db::Binds in = {}) {
+    int32_t n = -1;
+    EXPECT_EQ(0, store_->selectInto(sql, in, {n})) << sql << "\n" << store_->status().message;
+    return n;
   }
   std::string text(const char* sql, db::Binds in = {}) {
     db::NameText out;
@@ -113,6 +119,85 @@ TEST_F(Schema, WorkTablesTakeTheSelectListsOfTheirInserts) {
   run("INSERT INTO LEV_CAL_TREE SELECT ELEMENT_ID, PARENT_ID FROM KOR_CALENDARS "
       "WHERE (RANK = ? AND (TYPE_ID = 27 OR TYPE_ID IN (1, 154, 288, 289, 290)))",
       {"0001"});
+}
+
+// Where each table lives: application tables in the file, work tables in
+// the connection's temporary schema, indexes beside their tables.
+TEST_F(Schema, WorkTablesAreTemporaryTablesOfTheConnection) {
+  const char* workTables[] = {
+      "NAV_TMP_PROJECTS_00", "NAV_TMP_PROJECTS_00_x", "NAV_TMP_PROJECTS_ALL",
+      "NAV_TMP_PROJECTS_ALL_x", "Lev_all_projects", "Lev_all_projects_x", "Lev_kor_wbs",
+      "Lev_input_data", "Lev_input_ass_data", "LEV_CAL_TREE", "Lev_act_uids", "Lev_res_uids",
+      "Lev_circ_1", "Lev_circ_2", "Lev_circ_3", "Lev_tmp_locked", "Lev_project_assignment",
+      "Lev_WhatIf_PA", "Lev_WhatIf_WBS", "nav_tmp_ta_02", "NAV_TMP_TDY", "NAV_TMP_TDY_LEVEL",
+      "NAV_TMP_TDYD", "NAV_TMP_PA_CNTR", "NAV_TMP_PA_SUM"};
+  const char* inTemp = "SELECT COUNT(*) FROM sqlite_temp_master WHERE type = 'table' AND name = ?";
+  const char* inFile = "SELECT COUNT(*) FROM sqlite_master WHERE type = 'table' AND name = ?";
+  for (const char* table : workTables) {
+    EXPECT_EQ(1, count(inTemp, {table})) << table;
+    EXPECT_EQ(0, count(inFile, {table})) << table;
+  }
+  EXPECT_EQ(25, count("SELECT COUNT(*) FROM sqlite_temp_master WHERE type = 'table'"));
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM sqlite_temp_master WHERE type = 'index' AND "
+                     "tbl_name NOT IN (SELECT name FROM sqlite_temp_master WHERE type = 'table')"));
+  EXPECT_EQ(1, count("SELECT COUNT(*) FROM sqlite_temp_master WHERE name = 'IX_LEV_KOR_WBS_ELEMENT'"));
+  for (const char* table : {"KOR_WBS", "TASK_ASSIGNMENTS", "NAV_SCENARIOS", "WORKFLOW_REPLIES"}) {
+    EXPECT_EQ(1, count(inFile, {table})) << table;
+    EXPECT_EQ(0, count(inTemp, {table})) << table;
+  }
+
+  // Rows of one connection are not seen by another, before or after a
+  // commit, and go with the connection.
+  run("INSERT INTO Lev_kor_wbs (ELEMENT_ID, PROJECT_ID) VALUES ('T1', 'P1')");
+  int32_t result = 0;
+  db::HostVar r(result);
+  ASSERT_EQ(0, store_->call("LEVEL_COMMIT", {}, &r));
+  auto other = scratch_.open({.busyTimeoutMs = 200, .writeLockAtBegin = false});
+  ASSERT_NE(other, nullptr);
+  int32_t n = -1;
+  ASSERT_EQ(0, other->selectInto("SELECT COUNT(*) FROM Lev_kor_wbs", {}, {n}));
+  EXPECT_EQ(0, n);
+  ASSERT_EQ(0, other->execute("DELETE FROM Lev_kor_wbs"));
+  EXPECT_EQ(1, count("SELECT COUNT(*) FROM Lev_kor_wbs"));
+  other.reset();
+  store_.reset();
+  store_ = scratch_.open();
+  ASSERT_NE(store_, nullptr);
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_kor_wbs"));
+}
+
+// A file made when the work tables were ordinary tables keeps them, with
+// their rows and indexes; the connection's own tables of the same names
+// stand in front of them.
+TEST_F(Schema, WorkTablesLeftInAnOlderFileAreShadowed) {
+  ASSERT_EQ(0, store_->executeScript(
+                   "CREATE TABLE main.Lev_kor_wbs (PROJECT_ID VARCHAR(32), ELEMENT_ID VARCHAR(32));"
+                   "CREATE INDEX main.IX_LEV_KOR_WBS_ELEMENT ON Lev_kor_wbs (ELEMENT_ID);"
+                   "CREATE TABLE main.NAV_TMP_PROJECTS_00 (LEVEL_ID INTEGER, ELEMENT_ID VARCHAR(32));"
+                   "INSERT INTO main.Lev_kor_wbs VALUES ('P0', 'OLD');"
+                   "INSERT INTO main.NAV_TMP_PROJECTS_00 VALUES (0, 'P0');"));
+  int32_t result = 0;
+  db::HostVar r(result);
+  ASSERT_EQ(0, store_->call("LEVEL_COMMIT", {}, &r));
+  store_.reset();
+  store_ = scratch_.open();
+  ASSERT_NE(store_, nullptr);
+
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM Lev_kor_wbs"));
+  EXPECT_EQ(0, count("SELECT COUNT(*) FROM NAV_TMP_PROJECTS_00"));
+  run("INSERT INTO Lev_kor_wbs (ELEMENT_ID, PROJECT_ID, LEVEL_INDEX) VALUES ('T1', 'P1', 3)");
+  run("INSERT INTO NAV_TMP_PROJECTS_00 (LEVEL_ID, PRIORITY, ELEMENT_ID, RANK) "
+      "VALUES (0, 500, 'P1', '0001')");
+  EXPECT_EQ("T1", text("SELECT ELEMENT_ID FROM Lev_kor_wbs WHERE PROJECT_ID = 'P1'"));
+  run("DELETE FROM Lev_kor_wbs");  // as a run's clean-up does
+  run("DELETE FROM NAV_TMP_PROJECTS_00");
+  ASSERT_EQ(0, store_->call("LEVEL_COMMIT", {}, &r));
+  EXPECT_EQ("OLD", text("SELECT ELEMENT_ID FROM main.Lev_kor_wbs"));
+  EXPECT_EQ(1, count("SELECT COUNT(*) FROM main.NAV_TMP_PROJECTS_00"));
+  EXPECT_EQ(2, count("SELECT COUNT(*) FROM sqlite_master WHERE name IN "
+                     "('IX_LEV_KOR_WBS_ELEMENT', 'Lev_kor_wbs')"));
+  EXPECT_EQ(2, count("SELECT COUNT(*) FROM sqlite_temp_master WHERE name IN "
+                     "('IX_LEV_KOR_WBS_ELEMENT', 'Lev_kor_wbs')"));
 }
 
 TEST_F(Schema, ReopeningAnExistingDatabaseKeepsItsRows) {

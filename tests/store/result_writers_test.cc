@@ -1,7 +1,7 @@
 // The result writers against a real SQLite database: the values that reach
 // Lev_kor_wbs and the Lev_circ tables, the pair forms through Lev_act_uids,
-// the commit points (counted by a LEVEL_COMMIT of the test's own and seen
-// from a second connection), and the failure messages.
+// the commit points (counted by a LEVEL_COMMIT of the test's own, the rows
+// after the last one rolled back), and the failure messages.
 #include "store/result_writers.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +15,7 @@
 #include "calendar/dates.h"
 #include "calendar/project.h"
 #include "host/procedures.h"
+#include "host/scratch_db.h"
 #include "host/sqlite_store.h"
 #include "support/test_db.h"
 
@@ -270,13 +271,14 @@ TEST(ResultFailures, MessagesAndTheErrorBase) {
 }
 
 // ---------------------------------------------------------------------------
-// Commit points: a second connection whose LEVEL_COMMIT is counted, bound to
-// the thread while the writer runs; the first connection sees what was
-// committed.
+// Commit points: a connection of the test's own whose LEVEL_COMMIT is
+// counted, bound to the thread while the writer runs. The work tables are
+// the connection's, so the rows are put there on that same connection, and
+// what was committed is told from what was not by rolling the rest back.
 
 class CountingConnection {
  public:
-  explicit CountingConnection(testing::TestDb& db) {
+  explicit CountingConnection(const std::string& path) {
     host::addBuiltinProcedures(registry_);
     registry_.add("LEVEL_COMMIT", 0, [this](host::SqliteStore& s, db::Vars, const db::HostVar* r) {
       ++commits_;
@@ -286,10 +288,16 @@ class CountingConnection {
     });
     host::SqliteOptions options;
     options.procedures = &registry_;
-    store_ = host::SqliteStore::open(db.path(), options);
-    binding_ = std::make_unique<db::StoreBinding>(*store_);
+    store_ = host::SqliteStore::open(path, options);
+    if (store_ != nullptr) binding_ = std::make_unique<db::StoreBinding>(*store_);
   }
+  host::SqliteStore* store() { return store_.get(); }
   int commits() const { return commits_; }
+  int64_t scalar(const std::string& sql) {
+    int64_t n = -1;
+    EXPECT_EQ(store_->selectInto(sql, {}, {n}), 0) << sql << ": " << store_->status().message;
+    return n;
+  }
 
  private:
   host::ProcedureRegistry registry_;
@@ -311,16 +319,19 @@ class ResultCommits : public ::testing::TestWithParam<CommitCase> {};
 
 TEST_P(ResultCommits, CommitBeforeTheRowThatReachesTheInterval) {
   const CommitCase& k = GetParam();
-  testing::TestDb db;
-  ASSERT_EQ(db.store().execute("with recursive k(i) as (select 1 union all select i + 1 from k "
-                               "where i < ?) insert into Lev_kor_wbs (ELEMENT_ID) select "
-                               "printf('I%05d', i) from k",
-                               {k.rows}),
+  scratch::ScratchDb file;
+  CountingConnection run(file.path());
+  ASSERT_NE(run.store(), nullptr);
+  host::SqliteStore& store = *run.store();
+  ASSERT_EQ(store.execute("with recursive k(i) as (select 1 union all select i + 1 from k "
+                          "where i < ?) insert into Lev_kor_wbs (ELEMENT_ID) select "
+                          "printf('I%05d', i) from k",
+                          {k.rows}),
             0);
-  ASSERT_EQ(db.store().execute("insert into Lev_act_uids (SEQUENT_ID, ELEMENT_ID, TYPE_ID) select "
-                               "ELEMENT_ID, ELEMENT_ID, 2 from Lev_kor_wbs"),
+  ASSERT_EQ(store.execute("insert into Lev_act_uids (SEQUENT_ID, ELEMENT_ID, TYPE_ID) select "
+                          "ELEMENT_ID, ELEMENT_ID, 2 from Lev_kor_wbs"),
             0);
-  db.commit();
+  ASSERT_EQ(store.commitAndBegin(), 0);
   Items items;
   for (int i = 1; i <= k.rows; ++i) {
     char name[16];
@@ -329,14 +340,11 @@ TEST_P(ResultCommits, CommitBeforeTheRowThatReachesTheInterval) {
     a->task_level_order = i;
     a->slack = 10;
   }
-  {
-    CountingConnection second(db);
-    ASSERT_EQ(k.run(items.list()), 0);
-    EXPECT_EQ(second.commits(), k.commits);
-  }  // the rest is rolled back
-  db.commit();
-  EXPECT_EQ(db.scalar(std::string("select count(*) from Lev_kor_wbs where ") + k.column +
-                      " is not null"),
+  ASSERT_EQ(k.run(items.list()), 0);
+  EXPECT_EQ(run.commits(), k.commits);
+  ASSERT_EQ(store.executeScript("ROLLBACK"), 0);  // the rest goes
+  EXPECT_EQ(run.scalar(std::string("select count(*) from Lev_kor_wbs where ") + k.column +
+                       " is not null"),
             k.committed);
 }
 

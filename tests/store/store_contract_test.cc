@@ -301,7 +301,7 @@ TEST_F(StoreContract, TheRunsStoreIsBoundPerThreadAndBindingsNest) {
   {
     db::StoreBinding outer(*store_);
     EXPECT_EQ(store_.get(), db::currentStore());
-    auto other = scratch_.open();
+    auto other = scratch_.open({.writeLockAtBegin = false});
     {
       db::StoreBinding inner(*other);
       EXPECT_EQ(other.get(), db::currentStore());
