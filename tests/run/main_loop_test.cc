@@ -298,6 +298,7 @@ class MainLoopTest : public ::testing::Test {
     run::RunState& r = *run;
     r.optionFlag = optionFlag;
     r.isWhatIfScenario = optionFlag == 4 ? 1 : 0;
+    r.optionMoveProjSFDate = optionFlag == 4 ? 1 : 0;
     std::snprintf(r.rec_user, sizeof r.rec_user, "tester");
     std::snprintf(r.subject, sizeof r.subject, "Leveling Project 'test'");
     std::snprintf(r.element_id_p, sizeof r.element_id_p, "%s", roots[0].c_str());
@@ -665,6 +666,44 @@ TEST_F(MainLoopTest, TailCopiesResultsIntoPlan) {
   const std::string message = run->message;
   EXPECT_NE(std::string::npos, message.find("The last portion of scheduling information is "
                                             "copied into DB."));
+}
+
+// A what-if levelling (kind 4): the scenario's project takes the dates of
+// its project assignments where they lie outside its item's levelled
+// dates; the project's start is stored as moved. R1 works on T1 Monday and
+// Tuesday (planned mode) and, in schedule mode, had an assignment of a
+// task no longer in the plan from Friday 2024-01-05 to Friday 2024-01-12.
+TEST_F(MainLoopTest, WhatIfRunSummarisesProjectAssignmentsIntoScenario) {
+  project("P1");
+  task("P1", "T1", 1);
+  assignment("P1", "T1", "A1", "R1", 960, 0, "2024-01-08", {{"PROJECT_ASSIGNMENT_ID", "PR1"}});
+  db.row("PROJECT_ASSIGNMENTS", {{"PROJECT_ID", "P1"}, {"RESOURCE_ID", "R1"}});
+  db.row("NAV_SCENARIOS", {{"ELEMENT_ID", "P1"}, {"TYPE_ID", "1"}});
+  db.row("TASK_ASSIGNMENTS", {{"PROJECT_ID", "P1"},
+                              {"TASK_ID", "GONE"},
+                              {"TSK_ASSIGNMENT_ID", "OLD"},
+                              {"RESOURCE_ID", "R1"},
+                              {"PROJECT_ASSIGNMENT_ID", "PR1"},
+                              {"BIT_FLAG", "2"},
+                              {"LEVEL_START", "2024-01-05 08:00:00.000000"},
+                              {"LEVEL_FINISH", "2024-01-12 17:00:00.000000"}});
+
+  ASSERT_EQ(0, levelRun({"P1"}, 4, levelIndexes({{"P1", 0}, {"T1", 1}}))) << log;
+  EXPECT_EQ((std::vector<std::string>{"A1"}), searchOrder());
+  EXPECT_EQ("2024-01-08 08:00:00.000000 2024-01-09 17:00:00.000000 "
+            "2024-01-05 08:00:00.000000 2024-01-12 17:00:00.000000",
+            text("select LEVEL_PLANNED_START||' '||LEVEL_PLANNED_FINISH||' '||LEVEL_SCHED_START"
+                 "||' '||LEVEL_SCHED_FINISH from PROJECT_ASSIGNMENTS"));
+  EXPECT_EQ("P1 2024-01-05 2024-01-12",
+            text("select PROJECT_ID||' '||LEVEL_START||' '||LEVEL_FINISH from Lev_WhatIf_PA"));
+  EXPECT_EQ("2024-01-05 2024-01-12",
+            text("select LEVEL_START||' '||LEVEL_FINISH from NAV_SCENARIOS"));
+  EXPECT_EQ("2024-01-08 00:00:00.000000 1",
+            text("select LEVEL_START_FINISH_DATE||' '||LEVEL_MOVE_PROJ from PROJECT_DETAILS "
+                 "where PROJECT_ID='P1'"));
+  EXPECT_NE(std::string::npos, std::string(run->message).find(
+                                   "The scheduling date/time information is copied to "
+                                   "'WorkPackages'. "));
 }
 
 // Effort in the run but no task with assignments: W-3, no search, and the
