@@ -912,7 +912,10 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
     run_.errCode = rc;
     return rc;
   }
-  if (act->type == 3) s_.env.placed = true;
+  if (act->type == 3) {
+    if (!s_.env.placed) ++run_.tasks_with_ass_count;
+    s_.env.placed = true;
+  }
 
   // 11. The assignment's levelled load.
   char project[kId];

@@ -470,6 +470,7 @@ TEST_F(MainLoopTest, TaskTakesEnvelopeOfAssignmentsAndSuccessorsFollowPlacedDate
   EXPECT_EQ((std::vector<std::string>{"A1", "A2", "A3"}), fake.levelStrings);
   EXPECT_EQ(3, run->ass_count);
   EXPECT_EQ(0, run->proj_ass_count);
+  EXPECT_EQ(2, run->tasks_with_ass_count);
 
   auto levelled = [&](const std::string& id) {
     return text("select LEVEL_START||' '||LEVEL_FINISH from Lev_kor_wbs where ELEMENT_ID='" +
@@ -497,10 +498,11 @@ TEST_F(MainLoopTest, CursorOrderPutsProjectAssignmentsLast) {
   project("P1");
   task("P1", "X", 3);
   task("P1", "Y", 1);
-  assignment("P1", "X", "X1", "R1", 480, 120);  // after X3 on R1
-  assignment("P1", "X", "X2", "R2", 480, 0, "2024-01-09");
-  assignment("P1", "X", "X3", "R1", 480, 0, "2024-01-08");
-  assignment("P1", "Y", "Y1", "R4", 480);
+  assignment("P1", "X", "X1", "R3", 480, 120);
+  assignment("P1", "X", "X2", "R2", 480, 0, "2024-01-08",
+             {{"UNRESOLVED_START", "2024-01-08 13:00:00.000000"}});
+  assignment("P1", "X", "X3", "R1", 480);
+  assignment("P1", "Y", "Y1", "R1", 480);
   assignment("P1", "P1", "PA1", "R5", 960, 0, "2024-01-08",
              {{"PROJECT_ASSIGNMENT_ID", "PRA1"}});
 
@@ -509,10 +511,41 @@ TEST_F(MainLoopTest, CursorOrderPutsProjectAssignmentsLast) {
   EXPECT_EQ((std::vector<std::string>{"Y1", "X3", "X2", "X1", "PRA1"}), fake.levelStrings);
   EXPECT_EQ(4, run->ass_count);
   EXPECT_EQ(1, run->proj_ass_count);
-  // X's envelope: X3 Monday (R1), X2 Monday (R2, searched from the task's
-  // start like the others), X1 Tuesday (R1 busy on Monday).
+  EXPECT_EQ(std::string::npos, log.find("error(D-")) << log.substr(0, 1500);
+  EXPECT_EQ("2024-01-08 00:00:00.000000", fake.searches[1].start);
+  // X's envelope: X3 Tuesday (R1 is busy with Y1 on Monday), X2 and X1
+  // Monday.
   EXPECT_EQ("2024-01-08 08:00:00.000000 2024-01-09 17:00:00.000000",
             text("select LEVEL_START||' '||LEVEL_FINISH from Lev_kor_wbs where ELEMENT_ID='X'"));
+}
+
+// A project assignment without a planned start: D-3, then D-4 (no other
+// project-level row to take the earliest start from); it is still searched,
+// from its project's own start.
+TEST_F(MainLoopTest, ProjectAssignmentWithoutStartIsReportedAndSearched) {
+  project("P1");
+  task("P1", "T1", 1);
+  assignment("P1", "T1", "A1", "R1", 480);
+  db.row("TASK_ASSIGNMENTS", {{"PROJECT_ID", "P1"},
+                              {"TASK_ID", "P1"},
+                              {"TSK_ASSIGNMENT_ID", "PA1"},
+                              {"RESOURCE_ID", "R2"},
+                              {"RESOURCE_TYPE", "0"},
+                              {"PLANNED_WORK", "480"},
+                              {"ETC", "480"}});
+
+  ASSERT_EQ(0, levelRun({"P1"}, 0, levelIndexes({{"P1", 0}, {"T1", 1}}))) << log;
+  EXPECT_EQ((std::vector<std::string>{"A1", "PA1"}), searchOrder());
+  const std::string d34 =
+      ")/data corruption in Lev_resolveDepOracleDB (levelResourcesForProject) \nerror type: "
+      "(not critical) wrong 'UNRESOLVED_START'->'START_DT' from "
+      "'TASK_ASSIGNMENTS'->'NAV_TMP_PA_CNTR' table";
+  EXPECT_NE(std::string::npos, log.find("**** error(D-3" + d34));
+  EXPECT_NE(std::string::npos, log.find("**** error(D-4" + d34));
+  ASSERT_EQ(2u, fake.searches.size());
+  EXPECT_EQ("2024-01-08 00:00:00.000000", fake.searches[1].start);
+  EXPECT_EQ(1, run->proj_ass_count);
+  EXPECT_EQ((std::vector<std::string>{"A1", "PA1"}), fake.levelStrings);
 }
 
 // Data checks: a task marked with an assignment that has none is D-2-1 and
