@@ -297,6 +297,7 @@ class MainLoopTest : public ::testing::Test {
     run = std::make_unique<run::RunState>();
     run::RunState& r = *run;
     r.optionFlag = optionFlag;
+    r.optionFlagReserved = reserved;
     r.isWhatIfScenario = optionFlag == 4 ? 1 : 0;
     r.optionMoveProjSFDate = optionFlag == 4 ? 1 : 0;
     std::snprintf(r.rec_user, sizeof r.rec_user, "tester");
@@ -435,6 +436,7 @@ class MainLoopTest : public ::testing::Test {
   std::unique_ptr<db::StoreBinding> binding;
   std::unique_ptr<run::RunState> run;
   std::string log;
+  int reserved = 0;  // the run's optionFlagReserved
 };
 
 // T1 has two assignments: A1 (R1, one day) and A2 (R2, two days, later by
@@ -546,6 +548,47 @@ TEST_F(MainLoopTest, ProjectAssignmentWithoutStartIsReportedAndSearched) {
   EXPECT_EQ("2024-01-08 00:00:00.000000", fake.searches[1].start);
   EXPECT_EQ(1, run->proj_ass_count);
   EXPECT_EQ((std::vector<std::string>{"A1", "PA1"}), fake.levelStrings);
+}
+
+// The arguments of the search in a calculation run (kind 3) with an
+// auxiliary delay of 30: mode 7 for resources of type '0', 12 for others,
+// run flag 266; an assignment without contour effort and of a contour type
+// other than 1 gets the delay with bit 30 as its effort; contour types of
+// 90 and more count as 0; bit 28 is always set. Durations: 479,520 minutes
+// are 999 + 1 = 1000 days, doubled; 480,000 are 1001 days, by half again.
+TEST_F(MainLoopTest, SearchArgumentsFollowModeContourDelayAndDurationRules) {
+  project("P1");
+  task("P1", "T1", 1);
+  task("P1", "T2", 1);
+  task("P1", "T3", 1);
+  assignment("P1", "T1", "A1", "R1", 480);
+  assignment("P1", "T2", "A2", "R2", 480, 0, "2024-01-08",
+             {{"RESOURCE_TYPE", "1"}, {"C_EFFORT", "100"}, {"CONTOUR_TYPE", "95"}});
+  assignment("P1", "T3", "A3", "R3", 480, 0, "2024-01-08", {{"CONTOUR_TYPE", "1"}});
+  reserved = 30;
+
+  ASSERT_EQ(0, levelRun({"P1"}, 3, [](db::Store& s) {
+              levelIndexes({{"P1", 0}, {"T1", 1}, {"T2", 2}, {"T3", 3}})(s);
+              s.execute("update Lev_kor_wbs set UNRESOLVED_DURATION=479520 where ELEMENT_ID='T2'");
+              s.execute("update Lev_kor_wbs set UNRESOLVED_DURATION=480000 where ELEMENT_ID='T3'");
+            })) << log;
+  ASSERT_EQ(3u, fake.searches.size());
+  const SearchSeen& a1 = fake.searches[0];
+  const SearchSeen& a2 = fake.searches[1];
+  const SearchSeen& a3 = fake.searches[2];
+  EXPECT_EQ(7, a1.mode);
+  EXPECT_EQ(12, a2.mode);
+  EXPECT_EQ(7, a3.mode);
+  EXPECT_EQ(266, a1.runFlag);
+  EXPECT_EQ(1073741824 + 30, a1.effort);
+  EXPECT_EQ(268435456, a1.contourType);
+  EXPECT_EQ(100, a2.effort);
+  EXPECT_EQ(268435456, a2.contourType);
+  EXPECT_EQ(0, a3.effort);
+  EXPECT_EQ(268435457, a3.contourType);
+  EXPECT_EQ(4, a1.duration);
+  EXPECT_EQ(2000, a2.duration);
+  EXPECT_EQ(1501, a3.duration);
 }
 
 // Data checks: a task marked with an assignment that has none is D-2-1 and
