@@ -26,8 +26,9 @@
 //   a project item) goes through the project and task change only: its
 //   item is realigned with its predecessors; nothing is searched, and it
 //   is not counted as an assignment.
-// - A row whose item is not in the activity list is data corruption
-//   "error(D-5)" and is skipped.
+// - A row whose item is not in the activity list (a deleted item, which
+//   the work table holds but the load leaves out, or one of a type the load
+//   does not read) is skipped; the per-row trace says so.
 // - The commit counter counts tasks finished: it goes up at each task
 //   change that has a previous task, so 400 tasks processed commit when the
 //   401st begins. The project change tests the counter before that.
@@ -716,7 +717,10 @@ int MainLoop::processRow(CursorRow& r) {
   // 1. The item of the row, and the auxiliary delay.
   auto* act = static_cast<activity_type*>(ll_extract(run_.activities_list, r.tsk_element_id));
   if (act == nullptr) {
-    reportDataCorruption(run_, "5", kD5Type, rowIdentifiers(r), file_);
+    if (run_.PRINT_OPTION_MORETHAN_BASIC != 0 && file_ != nullptr) {
+      std::fprintf(file_, "\n item %s of project %s is not in the network: row skipped\n",
+                   r.tsk_element_id, r.project_id);
+    }
     return 0;
   }
   r.c_effort = num(r, 17, r.c_effort);

@@ -592,12 +592,15 @@ TEST_F(MainLoopTest, SearchArgumentsFollowModeContourDelayAndDurationRules) {
 }
 
 // Data checks: a task marked with an assignment that has none is D-2-1 and
-// is not searched; the others go on.
+// is not searched; a deleted task (in the work table, not in the network)
+// is passed over quietly; the others go on.
 TEST_F(MainLoopTest, TaskMarkedWithAssignmentButNoneIsReportedAndSkipped) {
   project("P1");
   task("P1", "T1", 1);
   task("P1", "T2", 1);
+  task("P1", "TD", 1, "2024-01-08", {{"REC_STATUS", "D"}});
   assignment("P1", "T1", "A1", "R1", 480);
+  assignment("P1", "TD", "AD", "R2", 480);
 
   ASSERT_EQ(0, levelRun({"P1"}, 0, levelIndexes({{"P1", 0}, {"T1", 1}, {"T2", 2}}))) << log;
   EXPECT_EQ((std::vector<std::string>{"A1"}), searchOrder());
@@ -609,6 +612,7 @@ TEST_F(MainLoopTest, TaskMarkedWithAssignmentButNoneIsReportedAndSkipped) {
   EXPECT_NE(std::string::npos, log.find("h_tsk_element_id = T2 (0)"));
   EXPECT_NE(std::string::npos, log.find("h_tsk_assignment_id =  (-1)"));
   EXPECT_NE(std::string::npos, std::string(run->message).find("error(D-2-1)"));
+  EXPECT_EQ(std::string::npos, log.find("h_tsk_element_id = TD"));
 }
 
 // Warnings of the search: a non-zero status (W-6) is logged with the call
