@@ -187,30 +187,9 @@ class MainLoopTest : public ::testing::Test {
 
   // --- data -------------------------------------------------------------
 
-  void project(const std::string& id, const std::string& start = "2024-01-08") {
-    db.row("KOR_WBS", {{"PROJECT_ID", id},
-                       {"PARENT_ID", "NULL"},
-                       {"ELEMENT_ID", id},
-                       {"ELEMENT_NAME", id},
-                       {"RANK", id},
-                       {"WBS_CODE", id},
-                       {"LEVEL_ID", "1"},
-                       {"TYPE_ID", "1"},
-                       {"PRIORITY", "500"},
-                       {"PLANNED_EFFORT", "0"},
-                       {"SCHED_EFFORT", "0"},
-                       {"START_FINISH_DATE", start + " 00:00:00.000000"},
-                       {"UNRESOLVED_START", start + " 08:00:00.000000"},
-                       {"UNRESOLVED_FINISH", "2024-03-29 17:00:00.000000"},
-                       {"UNRESOLVED_DURATION", "1"},
-                       {"PLANNED_START", start + " 08:00:00.000000"},
-                       {"PLANNED_FINISH", "2024-03-29 17:00:00.000000"},
-                       {"REC_STATUS", "U"}});
-    db.row("PROJECT_DETAILS", {{"PROJECT_ID", id},
-                               {"LEVEL_LOCK", "0"},
-                               {"CALCULATE_FLAG", "0"},
-                               {"LEVEL_LAST_CALL_OPTION", "0"}});
-    db.calendarOf(id, {.from = "2024-01-01", .to = "2024-12-31"});
+  void project(const std::string& id) {
+    db.project({.id = id, .start = "2024-01-08", .finish = "2024-03-29"})
+        .calendar({.from = "2024-01-01", .to = "2024-12-31"});
   }
 
   // A task of one working day (480 minutes) starting on `day` at 08:00.
