@@ -89,7 +89,7 @@ void toWorkingMinute(int* day, int* minute) {
 std::string stampOf(int day, int minute) {
   char date[DATE_TEXT_SIZE];
   transformJulianToDateString(day, date);
-  char buf[40];
+  char buf[64];
   std::snprintf(buf, sizeof buf, "%s %02d:%02d:00.000000", date, minute / 60, minute % 60);
   return buf;
 }
