@@ -34,6 +34,7 @@ inline constexpr int kRankSize = 193;
 inline constexpr int kSubjectSize = 2049;   // 2048 characters
 inline constexpr int kMessageSize = 16385;  // 16384 characters
 inline constexpr int kSqlErrorSize = 71;    // the store's 70-character message
+inline constexpr int kSqlStmtSize = 16385;  // 16384 characters: the last search call
 
 // Fixed run options: settings of the build, not parameters.
 inline constexpr int kOptionConsiderProjAssign = 1;
@@ -97,6 +98,10 @@ struct RunState {
   char SQL_ErrCode[kSqlErrorSize] = {};  // the database's text of the failure
   int _wneverLine = 0;
   std::clock_t g_start = 0;
+  // Text of the last resource search the main loop prepared, kept for the
+  // diagnostics of a failed run (written to the log when the search left a
+  // null where a date was expected).
+  char sql_stmt[kSqlStmtSize] = {};
 
   // Counters.
   int tasksTotalCount = 0;
