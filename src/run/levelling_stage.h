@@ -3,10 +3,9 @@
 // project dates, copy to the plan, conflict list) for run kinds 0, 3 and 4,
 // and the copy of earlier results into the plan for kinds 2 and 6.
 //
-// NOT BUILT YET. Both calls are placeholders that do nothing and return
-// kErrLevellingNotBuilt, so that a run of these kinds ends as a failure
-// ("[Error: 200399] ") with its locks released, never as a success that
-// wrote nothing. The levelling main loop replaces them.
+// Both steps write their own SQL failure line (and run.errCode) before
+// returning a negative status; the driver only carries it on to the
+// finalisation.
 #ifndef LEVELER_RUN_LEVELLING_STAGE_H
 #define LEVELER_RUN_LEVELLING_STAGE_H
 
@@ -15,8 +14,6 @@
 #include "run/run_state.h"
 
 namespace run {
-
-inline constexpr int kErrLevellingNotBuilt = 200399;
 
 // Kinds 0, 3, 4: returns 0 or the run's error code (negative: SQL status).
 int levelAssignmentsAndWriteResults(RunState& run, FILE* file);

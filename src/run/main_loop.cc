@@ -480,7 +480,7 @@ int MainLoop::run() {
   std::clock_t t0 = std::clock();
   db::Cursor cursor(store_);
   int32_t rc = cursor.open(kMainCursor);
-  run_.time[stage::kTimeSelectAssignments] += secondsSince(t0);
+  run_.time[kTimeSelectAssignments] += secondsSince(t0);
   if (rc < 0) return stage::sqlFailureExit(run_, rc, file_);
 
   int32_t sc_state = 0;
@@ -854,7 +854,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
   };
   std::clock_t t0 = std::clock();
   int32_t status = store_.call(kCallSearch, db::Vars(args), &result);
-  run_.time[stage::kTimeSearch] += secondsSince(t0);
+  run_.time[kTimeSearch] += secondsSince(t0);
   if (status >= 0 && (c.start_ind < 0 || c.finish_ind < 0)) {
     status = db::kSqlNullWithoutIndicator;
     store_.status().set(status, "fetched column value is NULL");

@@ -11,7 +11,7 @@
 // finalisation and must not write those lines again.
 //
 // Phase times (seconds of processor time) are added into run.time[] at the
-// indices below, for the results report.
+// indices the results report reads (finalisation.h).
 #ifndef LEVELER_RUN_MAIN_LOOP_H
 #define LEVELER_RUN_MAIN_LOOP_H
 
@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "run/finalisation.h"
 #include "run/run_state.h"
 
 namespace run::stage {
@@ -34,19 +35,11 @@ inline constexpr int kErrAssignmentNotInList = 200213;
 // Error base of the final update of the items.
 inline constexpr int kFinalUpdateErrorBase = 200208;
 
-// run.time[] indices of the stage.
-inline constexpr int kTimeSelectAssignments = 20;  // opening the main cursor
-inline constexpr int kTimeCalendarLevels = 21;     // LEVEL_FC_CREATE_CDY_LEVEL
-inline constexpr int kTimeRealignment = 22;        // doDynamAlignActWithPred
-inline constexpr int kTimeSearch = 23;             // LEVEL_FC_SEARCH_2
-inline constexpr int kTimeTaskRollups = 24;        // envelopes of the tasks
-inline constexpr int kTimeLoopCommits = 25;        // LEVEL_COMMIT inside the loop
-inline constexpr int kTimeFinalRollup = 26;
-inline constexpr int kTimeCriticalPath = 27;
-inline constexpr int kTimeFinalUpdate = 28;
-inline constexpr int kTimeProjectDates = 29;       // project dates and assignments
-inline constexpr int kTimeCopyToPlan = 30;         // KOR_WBS copy, what-if summary
-inline constexpr int kTimeConflicts = 31;
+// run.time[] indices of the stage: the slots the results report reads.
+inline constexpr int kTimeCalendarLevels = kTimeCalendarDays;
+inline constexpr int kTimeRealignment = kTimeDynamicResolution;
+inline constexpr int kTimeTaskRollups = kTimeRollups;
+inline constexpr int kTimeLoopCommits = kTimeCommits;
 
 // Seconds of processor time since `since`.
 inline double secondsSince(std::clock_t since) {

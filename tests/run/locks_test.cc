@@ -198,7 +198,7 @@ TEST_F(DriverLocks, TheRunIsRecordedAndTheLevellingLockCommitted) {
   EXPECT_EQ("P1:U:-:- P2:U:-:- P3:U:-:- TP1:U:-:- TP2:U:-:- TP3:U:-:-", wbsMarks());
   EXPECT_EQ(std::string(kNow) + "\nThe list of Projects is created.Started.", run_->message);
   {
-    auto other = host::SqliteStore::open(db_.path());  // committed: visible elsewhere
+    auto other = host::SqliteStore::open(db_.path(), {.writeLockAtBegin = false});  // committed: visible elsewhere
     int32_t lock = -1;
     ASSERT_EQ(0, other->selectInto(
                      "select LEVEL_LOCK from PROJECT_DETAILS where PROJECT_ID='P2'", {}, {lock}));

@@ -66,9 +66,7 @@ class Scenario : public ::testing::Test {
   int count(const std::string& sql);
   std::string text(const std::string& sql);
 
-  // Deferred transactions: after a commit the test's connection holds no
-  // write lock, so runs on connections of their own can proceed.
-  testing::TestDb db{host::SqliteOptions{.writeLockAtBegin = false}};
+  testing::TestDb db;
 };
 
 }  // namespace scenario

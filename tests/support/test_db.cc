@@ -48,7 +48,7 @@ DayBits shortDay(int endMinute) {
 
 }  // namespace
 
-TestDb::TestDb() : TestDb(host::SqliteOptions{}) {}
+TestDb::TestDb() : TestDb(host::SqliteOptions{.writeLockAtBegin = false}) {}
 
 TestDb::TestDb(const host::SqliteOptions& options) : path_(tempPath()) {
   db::SqlStatus failure;

@@ -117,9 +117,11 @@ struct DayWorkData {
 class TestDb {
  public:
   // A new database in a temporary file (removed with its WAL files when the
-  // builder goes), its store bound to the calling thread. The second form
-  // opens the store with the given options (e.g. a procedure registry of
-  // the test's own, with fakes of host procedures).
+  // builder goes), its store bound to the calling thread. The first form
+  // opens the store with deferred transactions, so that after a commit the
+  // builder holds no write lock and runs on connections of their own can
+  // proceed; the second opens it with the given options (e.g. a procedure
+  // registry of the test's own, with fakes of host procedures).
   TestDb();
   explicit TestDb(const host::SqliteOptions& options);
   ~TestDb();
