@@ -281,6 +281,54 @@ TEST_F(RunControl, NullOptionAndOverlongArgumentsTouchNothing) {
   EXPECT_EQ("[Finished] Calculate/Leveling Project '" + std::string(49, 'n') + "'", subject());
 }
 
+// A portfolio folder that holds a project and, beside it, one of the
+// project's sub-projects: the sub-project is loaded once, as in a run of
+// the project itself, and the folder is locked and released with them.
+TEST_F(RunControl, PortfolioWithAProjectAndItsSubProjectLoadsTheSubProjectOnce) {
+  simpleProject("P1");
+  project("P1S", "2024-01-08", "2024-02-02", "P1", "P1.P1S", 2);
+  task("P1S", "P1S", "P1ST1", 3, 480);
+  db.row("KOR_PORTFOLIOS", {{"ELEMENT_ID", "TOP"}, {"RANK", "AAAAAAAA"}, {"TYPE_ID", "13"}});
+  db.row("KOR_PORTFOLIOS", {{"ELEMENT_ID", "F1"}, {"RANK", "AAAAAAAA01"}, {"TYPE_ID", "64"},
+                            {"ELEMENT_NAME", "Folder"}, {"CHILD_COUNT", "2"},
+                            {"REC_STATUS", "U"}});
+  for (const char* id : {"P1", "P1S"}) {
+    db.row("KOR_PORTFOLIOS", {{"ELEMENT_ID", id},
+                              {"RANK", std::string("AAAAAAAA01") + (id[2] ? "02" : "01")},
+                              {"TYPE_ID", "1"}, {"REC_STATUS", "U"}});
+  }
+  // The report's task count of a run of the project alone.
+  EXPECT_EQ(0, run("P1", 1));
+  auto tasksLine = [](const std::string& log) {
+    const std::size_t at = log.rfind(" No.Leveled Tasks");
+    return at == std::string::npos ? std::string() : log.substr(at, log.find('\n', at) - at);
+  };
+  const std::string alone = tasksLine(log());
+  ASSERT_FALSE(alone.empty());
+
+  // The folder run lists P1 and P1S once each: two root projects.
+  db.store().execute("DELETE FROM KOR_WORKFLOWS");
+  int64_t roots = -1;
+  LevCallContext ctx{&db.store(), logPath_.c_str(),
+                     [](void* user, const char* phase, int64_t done, int64_t total) {
+                       if (std::string(phase) == "loading" && done == 0) {
+                         *static_cast<int64_t*>(user) = total;
+                       }
+                     },
+                     &roots};
+  EXPECT_EQ(0, lev_levelResourcesForProject(&ctx, "F1", 0, "", 0, 1, 0, 0, 0,
+                                            "2024-01-08 08:00:00.000000", 0, kUser, 0, 0, 0, 1,
+                                            0, 0, 0, 0, 0, 0, 0));
+  EXPECT_EQ(2, roots);
+  EXPECT_EQ(alone, tasksLine(log()));
+  EXPECT_EQ("[Finished] Calculate/Leveling Portfolio 'Folder'", subject());
+  EXPECT_THAT(log(), HasSubstr("LEVELING/CALCULATE RESULTS for Portfolio."));
+  EXPECT_THAT(log(), Not(HasSubstr("appears twice")));
+  EXPECT_EQ("0/U", lockMarks("P1"));
+  EXPECT_EQ("0/U", lockMarks("P1S"));
+  EXPECT_EQ("U", text("SELECT REC_STATUS FROM KOR_PORTFOLIOS WHERE ELEMENT_ID='F1'"));
+}
+
 // Two runs on disjoint projects of one database, on two connections at the
 // same time: both succeed and each records only its own projects.
 TEST_F(RunControl, TwoRunsOnDisjointProjectsSideBySide) {
