@@ -23,6 +23,8 @@ namespace {
 constexpr const char* kDeleteRunOverAllocations =
     "DELETE FROM LEVEL_OVER_ALLOCATIONS "
     "WHERE PROJECT_ID IN (SELECT ELEMENT_ID FROM NAV_TMP_PROJECTS_00)";
+constexpr const char* kDeleteAllTdy = "DELETE FROM NAV_TMP_TDY";
+constexpr const char* kDeleteAllTdyLevel = "DELETE FROM NAV_TMP_TDY_LEVEL";
 constexpr const char* kSelectProjectResources =
     "SELECT DISTINCT RESOURCE_ID FROM TASK_ASSIGNMENTS "
     "WHERE PROJECT_ID = ? AND RESOURCE_ID IS NOT NULL";
@@ -255,8 +257,11 @@ int32_t fcIniAssignStr(db::Store& store, Backend& backend, db::Vars, const db::H
   st.resources.clear();
   st.placements.clear();
   st.byProjectAssignment.clear();
-  const int32_t rc = store.execute(kDeleteRunOverAllocations);
-  if (rc < 0) return rc;
+  // The day rows of the previous run's placements, whose flags are gone.
+  for (const char* sql : {kDeleteRunOverAllocations, kDeleteAllTdy, kDeleteAllTdyLevel}) {
+    const int32_t rc = store.execute(sql);
+    if (rc < 0) return rc;
+  }
   return finishCall(st, result, 0);
 }
 
@@ -322,8 +327,12 @@ int32_t levelFcSearch2(db::Store& store, Backend& backend, db::Vars args,
       parseTimeStamp(call.searchStart.c_str(), &startDay, &startMinute) != 1) {
     return refuse(st, args, result, kSearchRefused);
   }
-  // Searched again: its earlier placement no longer counts.
+  // Searched again: its earlier placement no longer counts, but the rows it
+  // left in NAV_TMP_TDY and LEVEL_OVER_ALLOCATIONS are to be replaced.
+  bool hadTdyRows = false, hadOverRows = false;
   if (found != st.placements.end()) {
+    hadTdyRows = found->second.tdyWritten;
+    hadOverRows = found->second.overWritten;
     st.unload(found->second);
     st.byProjectAssignment.erase(found->second.parentId);
     st.placements.erase(found);
@@ -393,7 +402,10 @@ int32_t levelFcSearch2(db::Store& store, Backend& backend, db::Vars args,
     }
     st.placements[p.assignmentId] = std::move(p);
   }
-  rc = handOut(store, backend, st.placements[call.assignmentId], args);
+  Placement& own = st.placements[call.assignmentId];
+  own.tdyWritten = hadTdyRows;
+  own.overWritten = hadOverRows;
+  rc = handOut(store, backend, own, args);
   if (rc < 0) return rc;
   return finishCall(st, result, kSearchPlaced);
 }

@@ -10,8 +10,9 @@
 //
 // FC_INI_ASSIGN_STR() into result
 //   Starts a run: forgets the previous run's calendars, load and
-//   placements on this connection, and deletes the LEVEL_OVER_ALLOCATIONS
-//   rows of the run's projects (NAV_TMP_PROJECTS_00). Result 0.
+//   placements on this connection, empties NAV_TMP_TDY and
+//   NAV_TMP_TDY_LEVEL, and deletes the LEVEL_OVER_ALLOCATIONS rows of the
+//   run's projects (NAV_TMP_PROJECTS_00). Result 0.
 //
 // LEVEL_FC_CREATE_CDY_LEVEL(project, startStamp, durationDays, tmp) into result
 //   Prepares a project of the run: reads its calendar (ELEMENT_ID = the

@@ -254,6 +254,33 @@ TEST_F(ResourceSearchTest, HeldTasksOverloadAndAreRecordedWhileACalculationRunOv
   EXPECT_EQ("", overAllocations());
 }
 
+TEST_F(ResourceSearchTest, SearchingAgainReplacesTheEarlierPlacementAndItsRows) {
+  resource("R1");
+  assignment("A0", "T0", "R1", 480);
+  assignment("A1", "T1", "R1", 960);
+  assignment("A2", "T2", "R1", 480);
+  level(SearchCall("A0", "T0", "R1", 480));  // Monday
+  SearchCall held("A1", "T1", "R1", 960);
+  held.mode = 7;
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(0, held.run(db.store()));
+  ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ("2024-01-08 08:00:00.000000 - 2024-01-09 17:00:00.000000", held.placed());
+  EXPECT_EQ("R1 2024-01-08 960/480 A1", overAllocations());
+  // Searched again from Wednesday before it was stored: Monday's record and
+  // day rows go, and Monday and Tuesday are free again for A2.
+  SearchCall again("A1", "T1", "R1", 960, "2024-01-10 08:00:00.000000");
+  again.mode = 7;
+  EXPECT_EQ("2024-01-10 08:00:00.000000 - 2024-01-11 17:00:00.000000", level(again));
+  EXPECT_EQ("", overAllocations());
+  EXPECT_EQ("2024-01-10 480, 2024-01-11 480", days("A1"));
+  EXPECT_EQ("2024-01-10,2024-01-11",
+            text("SELECT GROUP_CONCAT(DAY_YEAR) FROM (SELECT DAY_YEAR FROM NAV_TMP_TDY_LEVEL "
+                 "WHERE TSK_ASSIGNMENT_ID = 'A1' ORDER BY DAY_YEAR)"));
+  EXPECT_EQ("2024-01-09 08:00:00.000000 - 2024-01-09 17:00:00.000000",
+            level(SearchCall("A2", "T2", "R1", 480)));
+}
+
 TEST_F(ResourceSearchTest, UnitsSetTheDailyShareAndTheStartTimeCutsTheFirstDay) {
   resource("R1");
   resource("R2");
