@@ -274,7 +274,10 @@ int32_t levelFcCreateCdyLevel(db::Store& store, Backend& backend, db::Vars args,
   const int64_t days = std::clamp<int64_t>(levelling::argInteger(args[2]), 0, 100000);
   int32_t code = 0;
   int startDay = 0, startMinute = 0;
-  if (parseTimeStamp(start.c_str(), &startDay, &startMinute) == 1) {
+  if (parseTimeStamp(start.c_str(), &startDay, &startMinute) != 1 && start.size() == 10) {
+    startDay = dateStringToJulian(start.c_str());  // a day without its time
+  }
+  if (startDay > 0) {
     levelling::WorkCalendar* calendar = st.calendarFor(project, startDay);
     if (calendar == nullptr) {
       code = 1;

@@ -19,8 +19,8 @@
 //   project) from startStamp's day over durationDays + 400 days, and the
 //   load profile of every resource assigned in it (TASK_ASSIGNMENTS), so
 //   that the searches that follow find them in memory. Result 0; 1 when the
-//   project has no calendar row (KOR_CALENDARS). With a null or unreadable
-//   startStamp only the resources are read; the calendar is read by the
+//   project has no calendar row (KOR_CALENDARS). startStamp may also be a
+//   day alone ("YYYY-MM-DD"). With a null or unreadable startStamp only the resources are read; the calendar is read by the
 //   first search that needs it.
 //
 // LEVEL_FC_SEARCH_2(30 arguments) into result

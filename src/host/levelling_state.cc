@@ -210,7 +210,8 @@ Resource* LevellingState::resourceFor(const std::string& id) {
   db::DayText day;
   int64_t minutes = 0;
   int16_t minutesInd = 0;
-  while (rc == 0 && (rc = cursor.fetch({db::HostVar(day), db::HostVar(minutes, &minutesInd)})) == 0) {
+  while (rc == 0 &&
+         (rc = cursor.fetch({db::HostVar(day), db::HostVar(minutes, &minutesInd)})) == 0) {
     if (minutesInd >= 0 && minutes != 0) resource->booked.add(dayNumber(day.view()), minutes);
   }
   if (rc < 0) {
@@ -266,7 +267,9 @@ int64_t argInteger(const db::HostVar& v) {
   bool negative = false;
   if (i < t.size() && (t[i] == '-' || t[i] == '+')) negative = t[i++] == '-';
   int64_t value = 0;
-  for (; i < t.size() && std::isdigit(static_cast<unsigned char>(t[i])) && value < 1000000000000; ++i) {
+  constexpr int64_t kLargest = 1000000000000;  // no host number is longer
+  for (; i < t.size() && std::isdigit(static_cast<unsigned char>(t[i])) && value < kLargest;
+       ++i) {
     value = value * 10 + (t[i] - '0');
   }
   return negative ? -value : value;

@@ -5,8 +5,8 @@
 // the backend (commit, clock, the connection's procedure state; backend.h),
 // its arguments (by reference: it may write in/out arguments) and the
 // result host variable of a function call (null when the caller binds
-// none). Procedures know no concrete backend, so every backend runs them. It returns a status: 0 done, or a
-// negative failure. A failing statement inside it leaves its own status and
+// none). Procedures know no concrete backend, so every backend runs them.
+// A procedure returns a status: 0 done, or a negative failure. A failing statement inside it leaves its own status and
 // message, which the procedure passes on by returning that code; a
 // procedure that refuses its arguments sets a code of the block from
 // db::kSqlProcedureRefused (-20001) with a message and returns it.

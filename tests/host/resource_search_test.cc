@@ -366,6 +366,11 @@ TEST_F(ResourceSearchTest, TheLoadIsReadOncePerRunAndFailuresAreTheCallsStatus) 
   ASSERT_EQ(0, db.store().call("call LEVEL_FC_CREATE_CDY_LEVEL(?, ?, ?, ?) into ?",
                                {project, start, days, tmp}, &resultVar));
   EXPECT_EQ(0, result);
+  db::IdText noCalendar;
+  noCalendar.assign("P7");
+  ASSERT_EQ(0, db.store().call("LEVEL_FC_CREATE_CDY_LEVEL", {noCalendar, start, days, tmp},
+                               &resultVar));
+  EXPECT_EQ(1, result);
   // Booked after the run read R1's load: the run does not see it...
   db.dayWork({.project = "P9", .task = "X", .assignment = "X1", .resource = "R1",
               .day = "2024-01-08", .schedMinutes = 480});
