@@ -217,6 +217,19 @@ TEST_F(ResourceSearchTest, WorkOutsideTheRunActualsAndAResourceHolidayAreRespect
             level(SearchCall("A3", "T3", "R3", 1440)));
   EXPECT_EQ("2024-01-08;480,0,480*2",
             text("SELECT LEVEL_ASSIGN_STRING FROM TASK_ASSIGNMENTS WHERE TSK_ASSIGNMENT_ID = 'A3'"));
+
+  // Twenty-one months on, past the 400 days first read: the calendar is
+  // read further from the store, with its holiday (Tuesday 14th) and a day
+  // without a row (Thursday 16th), which has no work either.
+  db.calendarOf("CAL_R4", {.from = "2024-01-01", .to = "2025-12-31",
+                           .holidays = {"2025-10-14"}, .missing = {"2025-10-16"}});
+  resource("R4", "NULL", "CAL_R4");
+  assignment("A4", "T4", "R4", 480);
+  assignment("A5", "T5", "R4", 1440);
+  level(SearchCall("A4", "T4", "R4", 480));
+  EXPECT_EQ("2025-10-13 08:00:00.000000 - 2025-10-17 17:00:00.000000",
+            level(SearchCall("A5", "T5", "R4", 1440, "2025-10-13 08:00:00.000000")));
+  EXPECT_EQ("2025-10-13 480, 2025-10-15 480, 2025-10-17 480", days("A5"));
 }
 
 TEST_F(ResourceSearchTest, HeldTasksOverloadAndAreRecordedWhileACalculationRunOverlaps) {
