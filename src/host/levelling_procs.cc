@@ -60,12 +60,6 @@ constexpr const char* kInsertLevelDay =
 constexpr const char* kUpdateAssignment =
     "UPDATE TASK_ASSIGNMENTS SET LEVEL_START = ?, LEVEL_FINISH = ?, LEVEL_EFFORT = ?, "
     "LEVEL_ASSIGN_STRING = ? WHERE TSK_ASSIGNMENT_ID = ?";
-constexpr const char* kMoveTdyToLevel =
-    "INSERT INTO NAV_TMP_TDY_LEVEL (PROJECT_ID, TASK_ID, TSK_ASSIGNMENT_ID, RESOURCE_ID, "
-    "PARENT_ID, DAY_YEAR, SCHED_MIN, ACTUAL_MIN, ACTUAL_FLAG, BIT_SCHED, BIT_FLAG) "
-    "SELECT PROJECT_ID, TASK_ID, TSK_ASSIGNMENT_ID, RESOURCE_ID, PARENT_ID, DAY_YEAR, "
-    "SCHED_MIN, ACTUAL_MIN, ACTUAL_FLAG, BIT_SCHED, BIT_FLAG FROM NAV_TMP_TDY "
-    "WHERE TSK_ASSIGNMENT_ID = ?";
 
 constexpr int64_t kCalculationRun = 266;
 constexpr int64_t kModeHeld = 7;
@@ -478,7 +472,6 @@ int32_t uLevelString(db::Store& store, Backend& backend, db::Vars args,
                       levelAssignString(p.days), p.assignmentId});
   if (rc < 0) return rc;
   if (p.tdyWritten) {
-    if ((rc = store.execute(kMoveTdyToLevel, {p.assignmentId})) < 0) return rc;
     if ((rc = store.execute(kDeleteTdy, {p.assignmentId})) < 0) return rc;
     p.tdyWritten = false;
   }

@@ -70,9 +70,15 @@
 //   the project assignment, DAY_YEAR, SCHED_MIN, BIT_SCHED, ACTUAL_MIN 0,
 //   ACTUAL_FLAG 0, BIT_FLAG = the assignment's), sets TASK_ASSIGNMENTS
 //   LEVEL_START, LEVEL_FINISH, LEVEL_EFFORT (the minutes placed) and
-//   LEVEL_ASSIGN_STRING, moves its NAV_TMP_TDY rows into
-//   NAV_TMP_TDY_LEVEL, and makes its minutes part of the resource's load.
-//   Result 0; 1 when the search made no placement for it in this run.
+//   LEVEL_ASSIGN_STRING, deletes its NAV_TMP_TDY rows, and makes its
+//   minutes part of the resource's load. Result 0; 1 when the search made
+//   no placement for it in this run.
+//
+// NAV_TMP_TDY thus holds the days of the placements found and not yet
+// stored; the stored ones are in LEVEL_TASK_DAY_OF_YEAR. NAV_TMP_TDY_LEVEL
+// is emptied at the start of a run and not filled: a copy of every stored
+// day in a second temporary table cost about a third of a placement's time
+// (bench/resource_search_bench) and nothing reads it.
 //
 // LEVEL_ASSIGN_STRING: the placed minutes of every calendar day from the
 // first day worked to the last, "first-day;m1,m2,...", a run of equal

@@ -126,8 +126,15 @@ TEST_F(ResourceSearchTest, OneFullTimeResourceTakesTwoTasksOneAfterTheOther) {
   // Thursday and runs over the weekend into Monday.
   EXPECT_EQ("2024-01-08 08:00:00.000000 - 2024-01-10 17:00:00.000000",
             level(SearchCall("A1", "T1", "R1", 1440)));
-  EXPECT_EQ("2024-01-11 08:00:00.000000 - 2024-01-15 17:00:00.000000",
-            level(SearchCall("A2", "T2", "R1", 1440)));
+  SearchCall second("A2", "T2", "R1", 1440);
+  ASSERT_EQ(0, second.run(db.store()));
+  EXPECT_EQ("2024-01-11 08:00:00.000000 - 2024-01-15 17:00:00.000000", second.placed());
+  // Found, not stored yet: its days are in NAV_TMP_TDY, with their slots.
+  EXPECT_EQ("2024-01-11 480 " + kFullDay + ", 2024-01-12 480 " + kFullDay + ", 2024-01-15 480 " +
+                kFullDay,
+            text("SELECT GROUP_CONCAT(R, ', ') FROM (SELECT DAY_YEAR || ' ' || SCHED_MIN || ' ' || "
+                 "BIT_SCHED AS R FROM NAV_TMP_TDY WHERE TSK_ASSIGNMENT_ID = 'A2' ORDER BY DAY_YEAR)"));
+  EXPECT_EQ(0, store("A2"));
 
   EXPECT_EQ("2024-01-11 480, 2024-01-12 480, 2024-01-15 480", days("A2"));
   EXPECT_EQ("2024-01-11 08:00:00.000000|2024-01-15 17:00:00.000000|1440|2024-01-11;480*2,0*2,480",
@@ -139,9 +146,8 @@ TEST_F(ResourceSearchTest, OneFullTimeResourceTakesTwoTasksOneAfterTheOther) {
                  "TASK_ID || '|' || PARENT_ID || '|' || ACTUAL_MIN || '|' || ACTUAL_FLAG || '|' || "
                  "BIT_FLAG || '|' || BIT_SCHED FROM LEVEL_TASK_DAY_OF_YEAR "
                  "WHERE TSK_ASSIGNMENT_ID = 'A2' AND DAY_YEAR = '2024-01-15'"));
-  // The search's day rows went from NAV_TMP_TDY to NAV_TMP_TDY_LEVEL.
+  // Stored: gone from NAV_TMP_TDY.
   EXPECT_EQ("0", text("SELECT COUNT(*) FROM NAV_TMP_TDY"));
-  EXPECT_EQ("6", text("SELECT COUNT(*) FROM NAV_TMP_TDY_LEVEL"));
   EXPECT_EQ("", overAllocations());
 }
 
@@ -284,12 +290,14 @@ TEST_F(ResourceSearchTest, SearchingAgainReplacesTheEarlierPlacementAndItsRows) 
   // day rows go, and Monday and Tuesday are free again for A2.
   SearchCall again("A1", "T1", "R1", 960, "2024-01-10 08:00:00.000000");
   again.mode = 7;
-  EXPECT_EQ("2024-01-10 08:00:00.000000 - 2024-01-11 17:00:00.000000", level(again));
+  ASSERT_EQ(0, again.run(db.store()));
+  EXPECT_EQ("2024-01-10 08:00:00.000000 - 2024-01-11 17:00:00.000000", again.placed());
   EXPECT_EQ("", overAllocations());
-  EXPECT_EQ("2024-01-10 480, 2024-01-11 480", days("A1"));
   EXPECT_EQ("2024-01-10,2024-01-11",
-            text("SELECT GROUP_CONCAT(DAY_YEAR) FROM (SELECT DAY_YEAR FROM NAV_TMP_TDY_LEVEL "
+            text("SELECT GROUP_CONCAT(DAY_YEAR) FROM (SELECT DAY_YEAR FROM NAV_TMP_TDY "
                  "WHERE TSK_ASSIGNMENT_ID = 'A1' ORDER BY DAY_YEAR)"));
+  EXPECT_EQ(0, store("A1"));
+  EXPECT_EQ("2024-01-10 480, 2024-01-11 480", days("A1"));
   EXPECT_EQ("2024-01-09 08:00:00.000000 - 2024-01-09 17:00:00.000000",
             level(SearchCall("A2", "T2", "R1", 480)));
 }
