@@ -20,8 +20,9 @@
 //   load profile of every resource assigned in it (TASK_ASSIGNMENTS), so
 //   that the searches that follow find them in memory. Result 0; 1 when the
 //   project has no calendar row (KOR_CALENDARS). startStamp may also be a
-//   day alone ("YYYY-MM-DD"). With a null or unreadable startStamp only the resources are read; the calendar is read by the
-//   first search that needs it.
+//   day alone ("YYYY-MM-DD"). With a null or unreadable startStamp only
+//   the resources are read; the calendar is read by the first search that
+//   needs it.
 //
 // LEVEL_FC_SEARCH_2(30 arguments) into result
 //   Arguments read (1-based): 1 the assignment (TSK_ASSIGNMENT_ID), 2 the
