@@ -12,7 +12,15 @@
 // are ten times larger while each search scans about as many days: the
 // time per placement ("per_placement", in seconds; also real_time / placements)
 // must stay about the same. Data set-up is not timed. Run with
-// --benchmark_repetitions=3 for medians.
+// --benchmark_repetitions=3 for medians. "search_us" and "store_us" are the
+// microseconds per placement spent in LEVEL_FC_SEARCH_2 and U_LEVEL_STRING;
+// the rest is the commits.
+//
+// Measured on the shared 2-core machine (Release, medians of 3): 10,000
+// placements 85 us each (search 27, store 43); 100,000 placements 110 us
+// each (search 29, store 52). What grows is SQLite's: the B-trees of the
+// tables written (LEVEL_TASK_DAY_OF_YEAR, TASK_ASSIGNMENTS) are ten times
+// larger; the search's own work per placement stays the same.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
