@@ -4,7 +4,6 @@
 
 #include <random>
 
-#include "host/sqlite_store.h"
 
 namespace host {
 
@@ -55,7 +54,7 @@ db::In textOrNull(const db::HostVar& v) {
 
 }  // namespace
 
-int32_t levelFcANotification(SqliteStore& store, db::Vars args,
+int32_t levelFcANotification(db::Store& store, Backend&, db::Vars args,
                              const db::HostVar* result) {
   const db::HostVar& cycleId = args[0];
   const db::HostVar& subject = args[1];
@@ -86,7 +85,7 @@ int32_t levelFcANotification(SqliteStore& store, db::Vars args,
   return db::kSqlOk;
 }
 
-int32_t levelFcUWorkflow(SqliteStore& store, db::Vars args,
+int32_t levelFcUWorkflow(db::Store& store, Backend&, db::Vars args,
                          const db::HostVar* result) {
   const db::HostVar& workflowId = args[0];
   const db::HostVar& participant = args[5];

@@ -31,18 +31,18 @@
 
 #include <cstdint>
 
+#include "host/backend.h"
 #include "store/host_vars.h"
+#include "store/store.h"
 
 namespace host {
-
-class SqliteStore;
 
 inline constexpr int kANotificationArity = 6;
 inline constexpr int kUWorkflowArity = 15;
 
-int32_t levelFcANotification(SqliteStore& store, db::Vars args,
+int32_t levelFcANotification(db::Store& store, Backend& backend, db::Vars args,
                              const db::HostVar* result);
-int32_t levelFcUWorkflow(SqliteStore& store, db::Vars args,
+int32_t levelFcUWorkflow(db::Store& store, Backend& backend, db::Vars args,
                          const db::HostVar* result);
 
 }  // namespace host

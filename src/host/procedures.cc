@@ -4,8 +4,8 @@
 
 #include <cctype>
 
+#include "host/levelling_procs.h"
 #include "host/notification_procs.h"
-#include "host/sqlite_store.h"
 
 namespace host {
 
@@ -17,13 +17,13 @@ std::string upperCase(std::string_view name) {
   return key;
 }
 
-int32_t setDateFormat(SqliteStore&, db::Vars, const db::HostVar* result) {
+int32_t setDateFormat(db::Store&, Backend&, db::Vars, const db::HostVar* result) {
   if (result != nullptr) return result->setInteger(0);
   return db::kSqlOk;
 }
 
-int32_t levelCommit(SqliteStore& store, db::Vars, const db::HostVar* result) {
-  int32_t rc = store.commitAndBegin();
+int32_t levelCommit(db::Store&, Backend& backend, db::Vars, const db::HostVar* result) {
+  int32_t rc = backend.commitAndBegin();
   if (rc < 0) return rc;
   if (result != nullptr) return result->setInteger(0);
   return db::kSqlOk;
@@ -45,6 +45,7 @@ void addBuiltinProcedures(ProcedureRegistry& registry) {
   registry.add("LEVEL_COMMIT", 0, levelCommit);
   registry.add("LEVEL_FC_A_NOTIFICATION", kANotificationArity, levelFcANotification);
   registry.add("LEVEL_FC_U_WORKFLOW", kUWorkflowArity, levelFcUWorkflow);
+  addLevellingProcedures(registry);
 }
 
 ProcedureRegistry& hostProcedures() {

@@ -1,10 +1,12 @@
 // The host application's stored procedures, reached through the store's
 // call operation by name.
 //
-// A procedure receives the connection, its arguments (by reference: it may
-// write in/out arguments) and the result host variable of a function call
-// (null when the caller binds none). It returns a status: 0 done, or a
-// negative failure. A failing statement inside it leaves its own status and
+// A procedure receives the connection as the store (its statements) and as
+// the backend (commit, clock, the connection's procedure state; backend.h),
+// its arguments (by reference: it may write in/out arguments) and the
+// result host variable of a function call (null when the caller binds
+// none). Procedures know no concrete backend, so every backend runs them.
+// A procedure returns a status: 0 done, or a negative failure. A failing statement inside it leaves its own status and
 // message, which the procedure passes on by returning that code; a
 // procedure that refuses its arguments sets a code of the block from
 // db::kSqlProcedureRefused (-20001) with a message and returns it.
@@ -21,6 +23,9 @@
 //   Result 0; a failed commit gives its negative status.
 // - LEVEL_FC_A_NOTIFICATION, LEVEL_FC_U_WORKFLOW: the notification workflow
 //   item, see notification_procs.h.
+// - FC_INI_ASSIGN_STR, LEVEL_FC_CREATE_CDY_LEVEL, LEVEL_FC_SEARCH_2,
+//   U_LEVEL_STRING: the levelling run's resource search, see
+//   levelling_procs.h.
 #ifndef LEVELER_HOST_PROCEDURES_H
 #define LEVELER_HOST_PROCEDURES_H
 
@@ -30,14 +35,14 @@
 #include <string>
 #include <string_view>
 
+#include "host/backend.h"
 #include "store/host_vars.h"
+#include "store/store.h"
 
 namespace host {
 
-class SqliteStore;
-
 using HostProcedure = std::function<int32_t(
-    SqliteStore& db, db::Vars args, const db::HostVar* result)>;
+    db::Store& store, Backend& backend, db::Vars args, const db::HostVar* result)>;
 
 struct ProcedureEntry {
   HostProcedure run;

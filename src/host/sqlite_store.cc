@@ -142,6 +142,8 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
 }
 
 SqliteStore::~SqliteStore() {
+  // The procedures' state goes first: it belongs to the connection.
+  procedureState_.clear();
   // Cursors are gone by now (their contract); every statement still
   // prepared sits in the cache.
   while (sqlite3_stmt* stmt = sqlite3_next_stmt(db_, nullptr)) sqlite3_finalize(stmt);
@@ -426,7 +428,7 @@ int32_t SqliteStore::call(std::string_view procedure, db::Vars args,
     return db::kSqlUnknownProcedure;
   }
   succeed(db::kSqlOk, 0);
-  const int32_t rc = entry->run(*this, args, result);
+  const int32_t rc = entry->run(*this, *this, args, result);
   if (rc == db::kSqlOk) return succeed(db::kSqlOk, 0);
   if (status_.code != rc) {
     status_.setf(rc, "procedure %.40s failed", name.c_str());

@@ -68,7 +68,10 @@
 // prepareCount() counts the preparations, for tests and diagnostics.
 //
 // Host procedures: call() looks the name up (case-insensitively) in the
-// procedure registry (procedures.h) and runs it on this connection.
+// procedure registry (procedures.h) and runs it on this connection, which
+// it hands over as the store and as the backend (backend.h): the
+// procedures' state lives in this store's ProcedureState, from open to
+// close.
 //
 // Status codes of failures reported by SQLite are minus the extended result
 // code; the message is SQLite's, cut to 70 characters.
@@ -83,6 +86,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/backend.h"
 #include "store/store.h"
 
 struct sqlite3;
@@ -105,7 +109,7 @@ struct SqliteOptions {
   const ProcedureRegistry* procedures = nullptr;
 };
 
-class SqliteStore final : public db::Store {
+class SqliteStore final : public db::Store, public Backend {
  public:
   // Opens (creating when missing) the database file at `path` and begins
   // the first transaction. On failure returns null and, when `failure` is
@@ -125,7 +129,10 @@ class SqliteStore final : public db::Store {
   // LEVEL_COMMIT's work: commit, then begin the next transaction (with the
   // write lock when writeLockAtBegin). Without an open transaction only the
   // begin is done.
-  int32_t commitAndBegin();
+  int32_t commitAndBegin() override;
+  // currentTimestamp().
+  std::string now() override { return currentTimestamp(); }
+  ProcedureState& procedureState() override { return procedureState_; }
   // Runs a script of statements without inputs, outside the statement
   // cache (schema creation, test set-up).
   int32_t executeScript(std::string_view sql);
@@ -180,6 +187,7 @@ class SqliteStore final : public db::Store {
   std::unordered_map<std::string, IdleList, TextHash, std::equal_to<>> cache_;
   int64_t prepareCount_ = 0;
   std::string fixedTime_;
+  ProcedureState procedureState_;
 };
 
 }  // namespace host

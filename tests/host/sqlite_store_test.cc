@@ -297,7 +297,7 @@ TEST(SqliteStore, ProceduresAreCalledByNameOrCallTextWithArgumentsByReference) {
   host::addBuiltinProcedures(registry);
   // Doubles its in/out argument, stores it, and returns the old value.
   registry.add("TEST_DOUBLE", 1,
-               [](host::SqliteStore& s, db::Vars args, const db::HostVar* result) -> int32_t {
+               [](db::Store& s, host::Backend&, db::Vars args, const db::HostVar* result) -> int32_t {
                  const int64_t old = args[0].integer();
                  int32_t rc = s.execute(kInsertItem, {"D", "P", old * 2});
                  if (rc < 0) return rc;

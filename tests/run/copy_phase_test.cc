@@ -45,7 +45,7 @@ class CopyPhaseTest : public ::testing::Test {
                              "LEVEL_FC_Timephase_CRI_Task", "LEVEL_FC_TIMEPHASE_LEVELED"}) {
       const std::string n = name;
       registry_.add(n, n == "LEVEL_FC_Rollup" ? 1 : 0,
-                    [this, n](host::SqliteStore&, db::Vars args, const db::HostVar* result) {
+                    [this, n](db::Store&, host::Backend&, db::Vars args, const db::HostVar* result) {
                       std::string call = n + "(";
                       for (const db::HostVar& a : args) call += std::string(a.text());
                       calls_.push_back(call + ")");

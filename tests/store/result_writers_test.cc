@@ -280,9 +280,10 @@ class CountingConnection {
  public:
   explicit CountingConnection(const std::string& path) {
     host::addBuiltinProcedures(registry_);
-    registry_.add("LEVEL_COMMIT", 0, [this](host::SqliteStore& s, db::Vars, const db::HostVar* r) {
+    registry_.add("LEVEL_COMMIT", 0, [this](db::Store&, host::Backend& b, db::Vars,
+                                            const db::HostVar* r) {
       ++commits_;
-      const int32_t rc = s.commitAndBegin();
+      const int32_t rc = b.commitAndBegin();
       if (r != nullptr) r->setInteger(rc);
       return rc;
     });
