@@ -101,23 +101,23 @@ class MainLoopTest : public ::testing::Test {
     host::addBuiltinProcedures(registry);
     const host::HostProcedure builtinCommit = registry.find("LEVEL_COMMIT")->run;
     registry.add("LEVEL_COMMIT", 0,
-                 [this, builtinCommit](host::SqliteStore& s, db::Vars a, const db::HostVar* r) {
+                 [this, builtinCommit](db::Store& s, host::Backend& b, db::Vars a, const db::HostVar* r) {
                    ++fake.commits;
-                   return builtinCommit(s, a, r);
+                   return builtinCommit(s, b, a, r);
                  });
     registry.add("FC_INI_ASSIGN_STR", 0,
-                 [this](host::SqliteStore&, db::Vars, const db::HostVar* r) {
+                 [this](db::Store&, host::Backend&, db::Vars, const db::HostVar* r) {
                    ++fake.iniCalls;
                    return r == nullptr ? 0 : r->setInteger(0);
                  });
     registry.add("LEVEL_FC_CREATE_CDY_LEVEL", 4,
-                 [this](host::SqliteStore&, db::Vars a, const db::HostVar* r) {
+                 [this](db::Store&, host::Backend&, db::Vars a, const db::HostVar* r) {
                    fake.calendarLevels.emplace_back(a[0].text());
                    fake.commitsAtCalendarLevel = fake.commits;
                    return r == nullptr ? 0 : r->setInteger(0);
                  });
     registry.add("U_LEVEL_STRING", 3,
-                 [this](host::SqliteStore& s, db::Vars a, const db::HostVar* r) {
+                 [this](db::Store& s, host::Backend&, db::Vars a, const db::HostVar* r) {
                    const std::string id(a[1].text());
                    fake.levelStrings.push_back(id);
                    auto p = fake.placed.find(id);
@@ -131,7 +131,7 @@ class MainLoopTest : public ::testing::Test {
                    return r == nullptr ? 0 : r->setInteger(0);
                  });
     registry.add("LEVEL_FC_SEARCH_2", 30,
-                 [this](host::SqliteStore&, db::Vars a, const db::HostVar* r) {
+                 [this](db::Store&, host::Backend&, db::Vars a, const db::HostVar* r) {
                    return search(a, r);
                  });
   }

@@ -241,9 +241,9 @@ TEST_F(RunControl, ExceptionInAStepEndsTheRunWith200320) {
   host::HostProcedure original = create->run;
   int calls = 0;
   registry.add("LEVEL_FC_A_NOTIFICATION", create->arity,
-               [&](host::SqliteStore& s, db::Vars args, const db::HostVar* result) -> int32_t {
+               [&](db::Store& s, host::Backend& b, db::Vars args, const db::HostVar* result) -> int32_t {
                  if (++calls == 1) throw std::runtime_error("boom");
-                 return original(s, args, result);
+                 return original(s, b, args, result);
                });
   db.commit();
   auto store = host::SqliteStore::open(db.path(), {.procedures = &registry});
