@@ -30,6 +30,9 @@ struct Written {
 };
 std::ostream& operator<<(std::ostream& os, const Written& w);
 
+// The day `n` working days (Monday to Friday) after `day` (YYYY-MM-DD).
+std::string workingDayAfter(const std::string& day, int n);
+
 class Scenario : public ::testing::Test {
  protected:
   void SetUp() override;

@@ -1,0 +1,95 @@
+// Levelling runs through the entry point on small databases, checked to
+// the day: the resource search places each assignment on its resource's
+// free capacity, and the tasks and their successors follow.
+//
+// Calendar: Monday to Friday 08:00-12:00 and 13:00-17:00 (480 minutes a
+// day); 2024-01-08 is a Monday.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "run/entry_points.h"
+#include "scenarios/scenario_fixture.h"
+
+namespace scenario {
+namespace {
+
+class Levelling : public Scenario {
+ protected:
+  void SetUp() override {
+    Scenario::SetUp();
+    logPath_ = db.path() + ".log";
+  }
+  void TearDown() override { std::remove(logPath_.c_str()); }
+
+  void resource(const std::string& id, int maxUnits = 10000) {
+    db.row("RESOURCES", {{"RESOURCE_ID", id}, {"FULL_NAME", id},
+                         {"MAX_UNITS", std::to_string(maxUnits)}});
+  }
+  // A task of `work` minutes with one planned assignment on `res`.
+  void assignedTask(const std::string& id, const std::string& res, int work,
+                    int units = 10000) {
+    task("P1", "P1", id, 2, work, "2024-01-08", {{"ASSIGN_COUNT", "1"}});
+    db.assignment({.project = "P1", .task = id, .id = "A_" + id, .resource = res,
+                   .proposedWork = work, .unitsMsp = units,
+                   .extra = {{"ETC", std::to_string(work)},
+                             {"PLANNED_WORK", std::to_string(work)},
+                             {"SCHED_WORK", "0"},
+                             {"BIT_FLAG", "0"},
+                             {"RESOURCE_TYPE", "0"},
+                             {"UNRESOLVED_START", "2024-01-08 08:00:00.000000"},
+                             {"UNRESOLVED_FINISH", workingDayAfter("2024-01-08", (work - 1) / 480) +
+                                                       " 17:00:00.000000"},
+                             {"UNRESOLVED_DURATION", std::to_string(work)},
+                             {"ASSIGNMENT_DELAY", "0"},
+                             {"C_EFFORT", "0"},
+                             {"C_CONTOUR", "0"},
+                             {"CONTOUR_TYPE", "0"}}});
+    for (int d = 0, left = work; left > 0; ++d, left -= 480) {  // the planned days
+      db.dayWork({.project = "P1", .task = id, .assignment = "A_" + id, .resource = res,
+                  .day = workingDayAfter("2024-01-08", d), .schedMinutes = std::min(left, 480)});
+    }
+    effort_ += work;
+    db.store().execute("UPDATE KOR_WBS SET PLANNED_EFFORT=" + std::to_string(effort_) +
+                       " WHERE ELEMENT_ID='P1'");
+  }
+  int level(int kind = 0) {
+    LevCallContext ctx{&db.store(), logPath_.c_str(), nullptr, nullptr};
+    return RES_DEP_FOR_PROJ(&ctx, "P1", 0, kind, 0, 0, 0, "2024-01-08 08:00:00.000000", 0, "U1",
+                            0);
+  }
+  // "LEVEL_START .. LEVEL_FINISH" of an item as written into KOR_WBS.
+  std::string levelled(const std::string& id) {
+    return text("SELECT LEVEL_START FROM KOR_WBS WHERE ELEMENT_ID='" + id + "'") + " .. " +
+           text("SELECT LEVEL_FINISH FROM KOR_WBS WHERE ELEMENT_ID='" + id + "'");
+  }
+  std::string log() {
+    std::string out;
+    if (FILE* f = std::fopen(logPath_.c_str(), "r")) {
+      char buf[4096];
+      std::size_t n;
+      while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) out.append(buf, n);
+      std::fclose(f);
+    }
+    return out;
+  }
+
+  std::string logPath_;
+  int effort_ = 0;
+};
+
+TEST_F(Levelling, TwoTasksOnTheOnlyPersonGoOneAfterTheOther) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("R1");
+  assignedTask("TA", "R1", 1440);
+  assignedTask("TB", "R1", 1440);
+  const int rc = level();
+  EXPECT_EQ(0, rc) << log();
+  EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-10 17:00:00.000000", levelled("TA"));
+  EXPECT_EQ("2024-01-11 08:00:00.000000 .. 2024-01-15 17:00:00.000000", levelled("TB"));
+}
+
+}  // namespace
+}  // namespace scenario
