@@ -91,5 +91,61 @@ TEST_F(Levelling, TwoTasksOnTheOnlyPersonGoOneAfterTheOther) {
   EXPECT_EQ("2024-01-11 08:00:00.000000 .. 2024-01-15 17:00:00.000000", levelled("TB"));
 }
 
+TEST_F(Levelling, ATeamOfThreeTakesThreeTasksAtOnce) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("TEAM", 30000);
+  for (const char* id : {"T1", "T2", "T3"}) assignedTask(id, "TEAM", 1440);
+  EXPECT_EQ(0, level()) << log();
+  for (const char* id : {"T1", "T2", "T3"}) {
+    EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-10 17:00:00.000000", levelled(id)) << id;
+  }
+}
+
+// A calculation run places every assignment from its start, whatever the
+// load: the two tasks overlap.
+TEST_F(Levelling, ACalculationRunOverlapsTheTasks) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("R1");
+  assignedTask("TA", "R1", 1440);
+  assignedTask("TB", "R1", 1440);
+  EXPECT_EQ(0, level(3)) << log();
+  EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-10 17:00:00.000000", levelled("TA"));
+  EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-10 17:00:00.000000", levelled("TB"));
+  EXPECT_EQ(1, count("SELECT CALCULATE_FLAG FROM PROJECT_DETAILS WHERE PROJECT_ID='P1'"));
+}
+
+// At 50% units two days of work take four days; the successor of a
+// finish-to-start link starts on the next working day.
+TEST_F(Levelling, HalfUnitsTakeTwiceTheDaysAndSuccessorsFollow) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("R1");
+  resource("R2");
+  assignedTask("TA", "R1", 960, 5000);
+  assignedTask("TB", "R2", 480);
+  link("TA", "TB", "P1");
+  EXPECT_EQ(0, level()) << log();
+  EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-11 17:00:00.000000", levelled("TA"));
+  EXPECT_EQ("2024-01-12 08:00:00.000000 .. 2024-01-12 17:00:00.000000", levelled("TB"));
+  EXPECT_EQ(2, count("SELECT CALCULATE_FLAG FROM PROJECT_DETAILS WHERE PROJECT_ID='P1'"));
+  EXPECT_EQ(0, count("SELECT LEVEL_LOCK FROM PROJECT_DETAILS WHERE PROJECT_ID='P1'"));
+}
+
+// Levelled, then copied into the plan (run kind 2): the planned dates are
+// the levelled ones, and a second copy finds nothing new.
+TEST_F(Levelling, LevelledResultsAreCopiedIntoThePlan) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("R1");
+  assignedTask("TA", "R1", 1440);
+  assignedTask("TB", "R1", 1440);
+  EXPECT_EQ(0, level()) << log();
+  EXPECT_EQ(0, level(2)) << log();
+  EXPECT_EQ("2024-01-11 08:00:00.000000",
+            text("SELECT PLANNED_START FROM TASK_ASSIGNMENTS WHERE TSK_ASSIGNMENT_ID='A_TB'"));
+  EXPECT_EQ(2, count("SELECT LEVEL_STATE FROM KOR_WBS WHERE ELEMENT_ID='TB'"));
+  EXPECT_EQ(0, level(2)) << log();
+  EXPECT_NE(std::string::npos, text("SELECT DESCRIPTION FROM KOR_WORKFLOWS ORDER BY REC_DATETIME DESC LIMIT 1")
+                                   .find("No new Calculated/Leveled Data"));
+}
+
 }  // namespace
 }  // namespace scenario
