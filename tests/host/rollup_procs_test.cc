@@ -107,8 +107,8 @@ constexpr const char* kMon8 = "'2024-01-08 08:00:00.000000'";
 //       01-01 .. 01-02 stay -> sched 01-15 .. 01-16, sched effort 960.
 //   C1: planned from T1's planned and T2's scheduled dates: 01-08 08:00 ..
 //       01-16 17:00; scheduled 01-15 .. 01-16; efforts 2640 and 960.
-//   P1: planned from C1's planned dates (not its scheduled ones) and T3's
-//       01-03 08:00 .. 01-19 17:00 -> 01-03 08:00 .. 01-19 17:00; scheduled
+//   P1: planned from C1's planned dates (not its scheduled 01-15 start) and
+//       T3's 01-10 08:00 .. 01-19 17:00 -> 01-08 08:00 .. 01-19 17:00; scheduled
 //       01-15 .. 01-16; efforts 2640 + 480 = 3120 and 960.
 TEST_F(RollupProcs, ContainersTakeTheirChildrenDeepestFirst) {
   item("P1", "P1", "", "P1");
@@ -116,7 +116,7 @@ TEST_F(RollupProcs, ContainersTakeTheirChildrenDeepestFirst) {
   item("T1", "P1", "C1", "P1.C1.T1");
   item("T2", "P1", "C1", "P1.C1.T2", "'2024-01-01 08:00:00.000000'",
        "'2024-01-02 17:00:00.000000'", 0);
-  item("T3", "P1", "P1", "P1.T3", "'2024-01-03 08:00:00.000000'",
+  item("T3", "P1", "P1", "P1.T3", "'2024-01-10 08:00:00.000000'",
        "'2024-01-19 17:00:00.000000'", 480);
   item("P2", "P2", "", "P2", kMon8, kMon8, 7);
   item("C2", "P2", "P2", "P2.C2", "'2024-03-01 08:00:00.000000'",
@@ -133,12 +133,12 @@ TEST_F(RollupProcs, ContainersTakeTheirChildrenDeepestFirst) {
   const std::string t2 =
       "2024-01-01 08:00:00.000000|2024-01-02 17:00:00.000000|"
       "2024-01-15 08:00:00.000000|2024-01-16 17:00:00.000000|0|960";
-  const std::string t3 = "2024-01-03 08:00:00.000000|2024-01-19 17:00:00.000000|-|-|480|0";
+  const std::string t3 = "2024-01-10 08:00:00.000000|2024-01-19 17:00:00.000000|-|-|480|0";
   const std::string c1 =
       "2024-01-08 08:00:00.000000|2024-01-16 17:00:00.000000|"
       "2024-01-15 08:00:00.000000|2024-01-16 17:00:00.000000|2640|960";
   const std::string p1 =
-      "2024-01-03 08:00:00.000000|2024-01-19 17:00:00.000000|"
+      "2024-01-08 08:00:00.000000|2024-01-19 17:00:00.000000|"
       "2024-01-15 08:00:00.000000|2024-01-16 17:00:00.000000|3120|960";
   const std::string p2 = "2024-01-08 08:00:00.000000|2024-01-08 08:00:00.000000|-|-|7|0";
   EXPECT_EQ(t1, rolled("T1"));
