@@ -80,6 +80,10 @@
 //   were done from the plan's days by LEVEL_FC_Rollup_Timephase, so there is
 //   nothing to add for them. Result 0.
 //
+// The period of a budget row is its PERIOD_START column (the month's first
+// day), a column of the schema kept for these rows; rows that other code
+// writes may leave it null.
+//
 // The budget rows written here have CHARGECODE_ID kTimephaseChargeCode: the
 // day rows carry no charge code. The constant is fixed so that the copy's
 // replacement of old rows by new ones (same element and charge code) finds
