@@ -6,6 +6,7 @@
 
 #include "host/levelling_procs.h"
 #include "host/notification_procs.h"
+#include "host/rollup_procs.h"
 
 namespace host {
 
@@ -46,6 +47,7 @@ void addBuiltinProcedures(ProcedureRegistry& registry) {
   registry.add("LEVEL_FC_A_NOTIFICATION", kANotificationArity, levelFcANotification);
   registry.add("LEVEL_FC_U_WORKFLOW", kUWorkflowArity, levelFcUWorkflow);
   addLevellingProcedures(registry);
+  addRollupProcedures(registry);
 }
 
 ProcedureRegistry& hostProcedures() {

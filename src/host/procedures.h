@@ -26,6 +26,9 @@
 // - FC_INI_ASSIGN_STR, LEVEL_FC_CREATE_CDY_LEVEL, LEVEL_FC_SEARCH_2,
 //   U_LEVEL_STRING: the levelling run's resource search, see
 //   levelling_procs.h.
+// - LEVEL_FC_Rollup, LEVEL_FC_Rollup_Timephase, LEVEL_FC_Timephase_CRI_Task,
+//   LEVEL_FC_TIMEPHASE_LEVELED: the roll-up and time-phased figures after a
+//   copy of levelled results, see rollup_procs.h.
 #ifndef LEVELER_HOST_PROCEDURES_H
 #define LEVELER_HOST_PROCEDURES_H
 

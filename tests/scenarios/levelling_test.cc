@@ -46,14 +46,17 @@ class Levelling : public Scenario {
                              {"ASSIGNMENT_DELAY", "0"},
                              {"C_EFFORT", "0"},
                              {"C_CONTOUR", "0"},
-                             {"CONTOUR_TYPE", "0"}}});
+                             {"CONTOUR_TYPE", "0"},
+                             // Last changed long before any run: a copy takes
+                             // only assignments changed before it started.
+                             {"REC_DATETIME", "2024-01-01 00:00:00.000000"}}});
     for (int d = 0, left = work; left > 0; ++d, left -= 480) {  // the planned days
       db.dayWork({.project = "P1", .task = id, .assignment = "A_" + id, .resource = res,
                   .day = workingDayAfter("2024-01-08", d), .schedMinutes = std::min(left, 480)});
     }
     effort_ += work;
     db.store().execute("UPDATE KOR_WBS SET PLANNED_EFFORT=" + std::to_string(effort_) +
-                       " WHERE ELEMENT_ID='P1'");
+                       ", CHILD_COUNT=COALESCE(CHILD_COUNT, 0)+1 WHERE ELEMENT_ID='P1'");
   }
   int level(int kind = 0) {
     LevCallContext ctx{&db.store(), logPath_.c_str(), nullptr, nullptr};
@@ -142,6 +145,15 @@ TEST_F(Levelling, LevelledResultsAreCopiedIntoThePlan) {
   EXPECT_EQ("2024-01-11 08:00:00.000000",
             text("SELECT PLANNED_START FROM TASK_ASSIGNMENTS WHERE TSK_ASSIGNMENT_ID='A_TB'"));
   EXPECT_EQ(2, count("SELECT LEVEL_STATE FROM KOR_WBS WHERE ELEMENT_ID='TB'"));
+  // TB's three days, Thursday to Monday, are the plan's, in January's
+  // planned budget; the project rolls up from its tasks.
+  EXPECT_EQ("TA/2/2024-01-01/1440 TB/2/2024-01-01/1440",
+            text("SELECT GROUP_CONCAT(R, ' ') FROM (SELECT ELEMENT_ID || '/' || BUDGET_TYPE || "
+                 "'/' || PERIOD_START || '/' || AMOUNT AS R FROM PROJECT_BUDGET_BREAKDOWN "
+                 "WHERE PROJECT_ID='P1' ORDER BY ELEMENT_ID)"));
+  EXPECT_EQ("2024-01-08 08:00:00.000000 .. 2024-01-15 17:00:00.000000 / 2880",
+            text("SELECT PLANNED_START || ' .. ' || PLANNED_FINISH || ' / ' || PLANNED_EFFORT "
+                 "FROM KOR_WBS WHERE ELEMENT_ID='P1'"));
   EXPECT_EQ(0, level(2)) << log();
   EXPECT_NE(std::string::npos, text("SELECT DESCRIPTION FROM KOR_WORKFLOWS ORDER BY REC_DATETIME DESC LIMIT 1")
                                    .find("No new Calculated/Leveled Data"));
