@@ -251,6 +251,7 @@ int32_t fcIniAssignStr(db::Store& store, Backend& backend, db::Vars, const db::H
   st.resources.clear();
   st.placements.clear();
   st.byProjectAssignment.clear();
+  st.preparedProjects.clear();
   // The day rows of the previous run's placements, whose flags are gone.
   for (const char* sql : {kDeleteRunOverAllocations, kDeleteAllTdy, kDeleteAllTdyLevel}) {
     const int32_t rc = store.execute(sql);
@@ -279,6 +280,7 @@ int32_t levelFcCreateCdyLevel(db::Store& store, Backend& backend, db::Vars args,
       calendar->at(startDay + static_cast<int>(days));  // reads the range ahead
     }
   }
+  if (!st.preparedProjects.insert(project).second) return finishCall(st, result, code);
   std::vector<std::string> resources;
   {
     db::Cursor cursor(store);

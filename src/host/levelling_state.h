@@ -57,6 +57,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/backend.h"
@@ -181,6 +182,11 @@ struct LevellingState : ProcedureState::Part {
   // Project-level placements by their PROJECT_ASSIGNMENT_ID (U_LEVEL_STRING
   // is given that id for them).
   std::unordered_map<std::string, std::string> byProjectAssignment;
+  // Projects whose resources have been read this run: the main loop meets
+  // a project again at nearly every row (it walks tasks in priority order
+  // across projects), and reading its resources again each time cost more
+  // than the searches themselves.
+  std::unordered_set<std::string> preparedProjects;
 
   // Records a failed statement's status (the first one counts).
   void fail(int32_t code) {

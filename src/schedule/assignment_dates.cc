@@ -47,13 +47,12 @@ assignment_type* findAssignment(const activity_type* a, const char* name) {
   return nullptr;
 }
 
+// Through the list's name index when it has one (the run's item list has,
+// from a few dozen items on): the main loop asks this once per assignment,
+// and a scan would make levelling quadratic in the number of items.
 activity_type* findItem(linked_list_type* list, const char* name) {
-  if (list == nullptr) return nullptr;
-  for (linktype* l = list->phead; l != nullptr; l = l->pnext) {
-    auto* a = static_cast<activity_type*>(l->pcontents);
-    if (std::strcmp(a->name, name) == 0) return a;
-  }
-  return nullptr;
+  if (list == nullptr || name == nullptr) return nullptr;
+  return static_cast<activity_type*>(ll_extract(list, name));
 }
 
 // Day number and minute of day of a time stamp; false when it is not one.
