@@ -34,6 +34,9 @@
 //   mixed portfolio every tenth assignment keeps the generator's 'R' (laid
 //   without waiting, its overloads recorded), so that the over-allocation
 //   record is exercised too.
+// - The first eight resources carry work of the outside project on the
+//   eight weeks from the "calculate as of" day (half days, and full days
+//   reported as actual once a week), which the run must work around.
 // - In the mixed portfolio every fifth resource works on a calendar of its
 //   own: the project calendar's days with Wednesdays shortened to the
 //   morning (240 minutes) and Fridays off.
@@ -118,6 +121,30 @@ class LevellingProperties : public Scenario, public ::testing::WithParamInterfac
       exec("UPDATE RESOURCES SET CALENDAR_ID='RESCAL' "
            "WHERE CAST(substr(RESOURCE_ID, 4) AS INTEGER) % 5 = 0");
     }
+    // Work booked outside the run on the first eight resources, on every
+    // working day of the eight weeks from the "calculate as of" day: half a
+    // day each, and on one day in seven a full day reported as actual
+    // (above the half day booked).
+    const std::string outsideTask = text(
+        "SELECT min(ELEMENT_ID) FROM KOR_WBS WHERE PROJECT_ID='" + scope_.outsideProject +
+        "' AND TYPE_ID=3");
+    ASSERT_NE("null", outsideTask);
+    const std::string booked =
+        "SELECT RESOURCE_ID FROM RESOURCES WHERE CAST(substr(RESOURCE_ID, 4) AS INTEGER) <= 8";
+    exec("INSERT INTO TASK_ASSIGNMENTS (TSK_ASSIGNMENT_ID, PROJECT_ID, TASK_ID, RESOURCE_ID, "
+         "RESOURCE_TYPE, PLANNED_WORK, ETC, WORK_TODATE, UNITS_MSP) SELECT 'XA' || RESOURCE_ID, '" +
+         scope_.outsideProject + "', '" + outsideTask + "', RESOURCE_ID, '0', 0, 9600, 0, 5000 FROM (" +
+         booked + ")");
+    exec("INSERT INTO TASK_DAY_OF_YEAR (PROJECT_ID, TASK_ID, TSK_ASSIGNMENT_ID, RESOURCE_ID, "
+         "DAY_YEAR, SCHED_MIN, ACTUAL_MIN, ACTUAL_FLAG, BIT_SCHED, BIT_FLAG) SELECT '" +
+         scope_.outsideProject + "', '" + outsideTask + "', 'XA' || R.RESOURCE_ID, R.RESOURCE_ID, "
+         "C.DAY_YEAR, 240, CASE WHEN CAST(julianday(C.DAY_YEAR) AS INTEGER) % 7 = 0 THEN 480 ELSE 0 "
+         "END, CASE WHEN CAST(julianday(C.DAY_YEAR) AS INTEGER) % 7 = 0 THEN 1 ELSE 0 END, "
+         "C.BIT_SCHED, 0 FROM CALENDAR_DAY_OF_YEAR C, (" + booked + ") R "
+         "WHERE C.ELEMENT_ID='" + scope_.outsideProject + "' AND C.DAY_YEAR >= substr('" +
+         scope_.asOf + "', 1, 10) AND C.DAY_YEAR < date(substr('" + scope_.asOf +
+         "', 1, 10), '+56 days') AND C.BIT_SCHED <> '" + testing::dayBitsHex(testing::dayBits({})) +
+         "'");
     db.commit();
   }
 
@@ -200,6 +227,8 @@ TEST_P(LevellingProperties, LevelledPortfolioKeepsCapacityLinksAndWork) {
       "JOIN TASK_ASSIGNMENTS A ON A.TSK_ASSIGNMENT_ID = O.TSK_ASSIGNMENT_ID "
       "WHERE A.RESOURCE_TYPE = '0' ORDER BY O.RESOURCE_ID, O.DAY_YEAR";
   EXPECT_EQ(0, violations(waitingOver)) << firstFew(waitingOver);
+  // The work booked outside the run shared days with the run's own.
+  EXPECT_GT(count("SELECT count(*) FROM PROP_LOAD WHERE OTHER_MIN > 0 AND RUN_MIN > 0"), 20);
   if (GetParam().mixed) {  // the assignments laid without waiting did overload some days
     EXPECT_GT(count("SELECT count(*) FROM LEVEL_OVER_ALLOCATIONS"), 0);
   }
