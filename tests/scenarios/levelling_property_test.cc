@@ -43,6 +43,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <ostream>
 #include <string>
 
 #include "run/entry_points.h"
@@ -57,6 +58,9 @@ struct Portfolio {
   int resources;
   bool mixed;  // some non-waiting assignments and some resource calendars
 };
+void PrintTo(const Portfolio& p, std::ostream* os) {
+  *os << "seed " << p.seed << ", " << p.resources << " resources" << (p.mixed ? ", mixed" : "");
+}
 
 class LevellingProperties : public Scenario, public ::testing::WithParamInterface<Portfolio> {
  protected:
