@@ -8,7 +8,8 @@
 //    over-allocation; only assignments that do not wait for free capacity
 //    may record one;
 // 2. every finish-to-start link between two unstarted tasks of the run,
-//    without a lead, holds between the levelled dates;
+//    without a lead, holds between the levelled dates, and the successor
+//    starts at least the lag's working minutes after the finish;
 // 3. every unfinished assignment of the run is laid out in full: its
 //    levelled day minutes add up to its remaining work, which is also its
 //    levelled effort.
@@ -173,6 +174,40 @@ class LevellingProperties : public Scenario, public ::testing::WithParamInterfac
          "FROM CALENDAR_DAY_OF_YEAR C LEFT JOIN POS P "
          "ON P.BITS = C.BIT_SCHED AND P.I = length(P.BITS)");
     exec("CREATE INDEX PROP_DAY_MIN_IX ON PROP_DAY_MIN (CAL, DAY)");
+    // Working minutes of each schedule from a five-minute slot (0..287) to
+    // the end of the day (PROP_SLOT_MIN: BITS, SLOT, AFTER).
+    exec("CREATE TEMP TABLE PROP_SLOT_MIN AS "
+         "WITH RECURSIVE PAT(BITS) AS (SELECT DISTINCT BIT_SCHED FROM CALENDAR_DAY_OF_YEAR "
+         "WHERE BIT_SCHED IS NOT NULL), "
+         "SLOT(BITS, B, W) AS (SELECT BITS, -1, 0 FROM PAT UNION ALL "
+         "SELECT BITS, B + 1, ((instr('0123456789ABCDEF', upper(substr(BITS, (B + 1) / 4 + 1, 1))) - 1) "
+         ">> (3 - (B + 1) % 4)) & 1 FROM SLOT WHERE B < 287) "
+         "SELECT BITS, B SLOT, 5 * sum(W) OVER (PARTITION BY BITS ORDER BY B DESC) AFTER "
+         "FROM SLOT WHERE B >= 0");
+    exec("CREATE INDEX PROP_SLOT_MIN_IX ON PROP_SLOT_MIN (BITS, SLOT)");
+  }
+
+  // Working minutes, on calendar `cal`, from the time stamp `from` to the
+  // later time stamp `to` (SQL expressions).
+  static std::string workingMinutes(const std::string& cal, const std::string& from,
+                                    const std::string& to) {
+    auto day = [](const std::string& stamp) { return "substr(" + stamp + ", 1, 10)"; };
+    auto slot = [](const std::string& stamp) {
+      return "((CAST(substr(" + stamp + ", 12, 2) AS INTEGER) * 60 + CAST(substr(" + stamp +
+             ", 15, 2) AS INTEGER)) / 5)";
+    };
+    auto after = [&](const std::string& stamp) {
+      return "coalesce((SELECT A.AFTER FROM PROP_SLOT_MIN A JOIN CALENDAR_DAY_OF_YEAR C ON "
+             "C.BIT_SCHED = A.BITS WHERE C.ELEMENT_ID = " + cal + " AND C.DAY_YEAR = " +
+             day(stamp) + " AND A.SLOT = " + slot(stamp) + "), 0)";
+    };
+    const std::string dayMin = "coalesce((SELECT MIN FROM PROP_DAY_MIN WHERE CAL = " + cal +
+                               " AND DAY = " + day(to) + "), 0)";
+    return "(CASE WHEN " + day(from) + " = " + day(to) + " THEN " + after(from) + " - " +
+           after(to) + " ELSE " + after(from) +
+           " + coalesce((SELECT sum(MIN) FROM PROP_DAY_MIN WHERE CAL = " + cal + " AND DAY > " +
+           day(from) + " AND DAY < " + day(to) + "), 0) + " + dayMin + " - " + after(to) +
+           " END)";
   }
 
   // Load and capacity of every (resource, day) the run placed work on
@@ -264,6 +299,22 @@ TEST_P(LevellingProperties, LevelledPortfolioKeepsCapacityLinksAndWork) {
                   "P.TYPE_ID = 3 AND S.TYPE_ID = 3 AND " + of("P") + " AND " + of("S")),
             100);  // enough links are checked
   EXPECT_EQ(0, violations(brokenLinks)) << firstFew(brokenLinks);
+  // A lag holds too: the successor starts no earlier than the lag's
+  // working minutes (on the successor's project calendar) after the
+  // predecessor's finish.
+  const std::string gap = workingMinutes("S.PROJECT_ID", "P.LEVEL_FINISH", "S.LEVEL_START");
+  const std::string shortLags =
+      "SELECT D.PRED_ID || ' -> ' || D.SUCC_ID || ' (lag ' || D.AMOUNT || '): finish ' || "
+      "P.LEVEL_FINISH || ', successor start ' || S.LEVEL_START || ', ' || " + gap +
+      " || ' working minutes apart' V FROM DEPENDENCIES D "
+      "JOIN KOR_WBS P ON P.ELEMENT_ID = D.PRED_ID AND P.PROJECT_ID = D.PRED_PROJECT_ID "
+      "JOIN KOR_WBS S ON S.ELEMENT_ID = D.SUCC_ID AND S.PROJECT_ID = D.SUCC_PROJECT_ID "
+      "WHERE D.DEP_TYPE = 0 AND D.LEAD_OR_LAG_TYPE <> 1 AND D.AMOUNT > 0 "
+      "AND P.TYPE_ID = 3 AND S.TYPE_ID = 3 AND P.PROJECT_ID IN " + inRun_ +
+      " AND S.PROJECT_ID IN " + inRun_ + " AND " + of("P") + " AND " + of("S") +
+      " AND S.LEVEL_START >= P.LEVEL_FINISH AND " + gap + " < D.AMOUNT "
+      "ORDER BY D.PRED_ID, D.SUCC_ID";
+  EXPECT_EQ(0, violations(shortLags)) << firstFew(shortLags);
 
   // 3. Every unfinished assignment of the run laid out in full.
   const std::string work = "coalesce(A.ETC, A.PLANNED_WORK)";
