@@ -159,5 +159,25 @@ TEST_F(Levelling, LevelledResultsAreCopiedIntoThePlan) {
                                    .find("No new Calculated/Leveled Data"));
 }
 
+// A what-if scenario (run kind 4) levels the scenario's projects from the
+// scenario's start, reserves them for the scenario (LEVEL_LOCK 10) and
+// writes the scenario's dates; its results are then copied (kind 6).
+TEST_F(Levelling, AWhatIfScenarioIsLevelledThenCopied) {
+  project("P1", "2024-01-08", "2024-02-02");
+  resource("R1");
+  assignedTask("TA", "R1", 1440);
+  assignedTask("TB", "R1", 1440);
+  db.row("NAV_SCENARIOS", {{"ELEMENT_ID", "P1"}, {"TYPE_ID", "1"}, {"PRIORITY", "500"},
+                           {"PROJECT_START", "2024-01-08 00:00:00.000000"}});
+  EXPECT_EQ(0, level(4)) << log();
+  EXPECT_EQ("2024-01-11 08:00:00.000000 .. 2024-01-15 17:00:00.000000", levelled("TB"));
+  EXPECT_EQ(10, count("SELECT LEVEL_LOCK FROM PROJECT_DETAILS WHERE PROJECT_ID='P1'"));
+  EXPECT_EQ("2024-01-08", text("SELECT SUBSTR(LEVEL_START,1,10) FROM NAV_SCENARIOS"));
+  EXPECT_EQ("2024-01-15", text("SELECT SUBSTR(LEVEL_FINISH,1,10) FROM NAV_SCENARIOS"));
+  EXPECT_EQ(0, level(6)) << log();
+  EXPECT_EQ("2024-01-11 08:00:00.000000",
+            text("SELECT PLANNED_START FROM TASK_ASSIGNMENTS WHERE TSK_ASSIGNMENT_ID='A_TB'"));
+}
+
 }  // namespace
 }  // namespace scenario
