@@ -82,7 +82,6 @@ namespace {
 
 using stage::kFinishNode;
 using stage::kStartNode;
-using stage::secondsSince;
 
 // Progress markers (_wneverLine) of the loop.
 constexpr int kLineBeforeLoop = 1400;
@@ -298,7 +297,6 @@ struct LoopState {
 
 bool isNull(const CursorRow& r, int col) { return r.ind[col] < 0; }
 
-void copyText(char* buf, int size, const char* text) { copyCut(buf, size, text); }
 
 std::string idWithInd(const char* name, const char* value, int16_t ind) {
   return std::string(name) + " = " + value + " (" + std::to_string(ind) + ") \n";
@@ -356,7 +354,7 @@ int32_t searchContourType(int32_t contourType) {
 void completeStamp(char* stamp) {
   if (std::strlen(stamp) <= 10) {
     std::string s = std::string(stamp) + " 00:00:00.000000";
-    copyText(stamp, kStamp, s.c_str());
+    copyCut(stamp, kStamp, s.c_str());
   }
 }
 
@@ -558,7 +556,7 @@ int MainLoop::loadProjectContours(const CursorRow& r) {
   if (int rc = stage::executeOrExit(run_, kDeletePaCntr, file_); rc != 0) return rc;
   const int32_t rc = store_.execute(kInsertPaCntr, {r.project_id, r.project_id});
   if (rc < 0) return stage::sqlFailureExit(run_, rc, file_);
-  copyText(s_.pa_cntr_project, kId, r.project_id);
+  copyCut(s_.pa_cntr_project, kId, r.project_id);
   return 0;
 }
 
@@ -580,7 +578,7 @@ int MainLoop::projectChange(const CursorRow& r, int32_t duration) {
   }
 
   char project[kId];
-  copyText(project, kId, r.project_id);
+  copyCut(project, kId, r.project_id);
   int32_t dur = duration;
   int32_t tmp0 = 0;
   int32_t sc_state = 0;
@@ -627,7 +625,7 @@ int MainLoop::taskChange(const CursorRow& r, activity_type* act) {
     if (rc < 0) return stage::sqlFailureExit(run_, rc, file_);
     if (rc == 0 && ind >= 0 && day.len == 10) {
       std::string stamp = std::string(day.view()) + " 00:00:00.000000";
-      copyText(s_.first_open_day, kStamp, stamp.c_str());
+      copyCut(s_.first_open_day, kStamp, stamp.c_str());
     }
   }
   std::clock_t t0 = std::clock();
@@ -686,10 +684,10 @@ int MainLoop::projectAssignmentDates(CursorRow& r, char* start, int32_t* duratio
   }
   if (haveDay) {
     std::string stamp = std::string(day.view()) + " 00:00:00.000000";
-    copyText(start, kStamp, stamp.c_str());
+    copyCut(start, kStamp, stamp.c_str());
   }
   if (hasLoadStart && std::strcmp(loadStart.c_str(), start) > 0) {
-    copyText(start, kStamp, loadStart.c_str());
+    copyCut(start, kStamp, loadStart.c_str());
   }
 
   int64_t exists = 0;
@@ -754,8 +752,8 @@ int MainLoop::processRow(CursorRow& r) {
       std::strcmp(r.project_id, s_.prev_project_id) != 0) {
     if (int rc = taskChange(r, act); rc != 0) return rc;
   }
-  copyText(s_.prev_project_id, kId, r.project_id);
-  copyText(s_.prev_tsk_element_id, kId, r.tsk_element_id);
+  copyCut(s_.prev_project_id, kId, r.project_id);
+  copyCut(s_.prev_tsk_element_id, kId, r.tsk_element_id);
   s_.prev_act = act;
   if (!hasAssignmentRow) return 0;
   return place(r, act, duration);
@@ -783,7 +781,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
     return 0;
   }
   char start[kStamp];
-  copyText(start, kStamp, assStart);
+  copyCut(start, kStamp, assStart);
   if (projAssign) {
     const int step = projectAssignmentDates(r, start, &duration);
     if (step < 0) return step;
@@ -794,7 +792,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
   run_._wneverLine = kLineSearch;
   const int16_t nonTrivial = activityHasNonTrivialPred(act, kStartNode);
   if (s_.first_open_day[0] != '\0' && std::strcmp(s_.first_open_day, start) > 0) {
-    copyText(start, kStamp, s_.first_open_day);
+    copyCut(start, kStamp, s_.first_open_day);
   }
   doArrangeActLowerStartDateTime(act, run_.act_tmp_list, start, "start", r.c_effort,
                                  r.c_contour, r.contour_type, run_.sm, kStartNode, file_);
@@ -806,14 +804,14 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
 
   // 7. The call and its text.
   SearchCall c;
-  copyText(c.tsk_assignment_id, kId, r.tsk_assignment_id);
-  copyText(c.project_id, kId, r.project_id);
-  copyText(c.tsk_element_id, kId, r.tsk_element_id);
-  copyText(c.resource_id, kId, r.resource_id);
+  copyCut(c.tsk_assignment_id, kId, r.tsk_assignment_id);
+  copyCut(c.project_id, kId, r.project_id);
+  copyCut(c.tsk_element_id, kId, r.tsk_element_id);
+  copyCut(c.resource_id, kId, r.resource_id);
   c.type_id = num(r, 2, r.type_id);
-  copyText(c.start_date, kStamp, start);
+  copyCut(c.start_date, kStamp, start);
   c.start_ind = 0;
-  copyText(c.sched_finish, kStamp, r.sched_finish);
+  copyCut(c.sched_finish, kStamp, r.sched_finish);
   c.finish_ind = r.ind[kColSchedFinish] < 0 ? -1 : 0;
   c.duration = duration;
   const int32_t planned = num(r, 25, r.planned_work);
@@ -822,7 +820,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
   c.t_unit = num(r, 18, r.t_unit);
   c.c_unit = num(r, 19, r.c_unit);
   c.search_mode = searchMode(run_, r, act);
-  copyText(c.resource_type, 2, r.resource_type);
+  copyCut(c.resource_type, 2, r.resource_type);
   c.bit_flag = num(r, 21, r.bit_flag);
   c.contour_type = searchContourType(r.contour_type);
   c.c_contour = r.c_contour;
@@ -830,7 +828,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
   c.run_flag = run_.optionFlag == 3 ? 266 : 10;
   c.per_day = num(r, 3, r.per_day);
   c.cp_priority = num(r, 5, r.cp_priority);
-  copyText(c.rec_user, kId, run_.rec_user);
+  copyCut(c.rec_user, kId, run_.rec_user);
   c.calculate_flag = s_.calculate_flag;
   c.delay = num(r, 14, r.delay);
   formatSearchStatement(run_, c);
@@ -889,7 +887,7 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
                       " \nh_start_date = " + c.start_date + " \n" + kContact,
                   file_);
     std::string fixed = std::string(c.start_date, 10) + " 08:00:00.000000";
-    copyText(c.start_date, kStamp, fixed.c_str());
+    copyCut(c.start_date, kStamp, fixed.c_str());
   }
   if (c.start_date[0] == '\0' || c.sched_finish[0] == '\0') {
     reportWarning(run_, "8", kW8Type,
@@ -897,8 +895,8 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
                       " \nh_start_date = " + c.start_date + " \nh_sched_finish = " +
                       c.sched_finish + " \n" + kSubmit,
                   file_);
-    copyText(c.start_date, kStamp, assStart);
-    copyText(c.sched_finish, kStamp, assFinish);
+    copyCut(c.start_date, kStamp, assStart);
+    copyCut(c.sched_finish, kStamp, assFinish);
   }
 
   // 10. The envelope of the task.
@@ -923,9 +921,9 @@ int MainLoop::place(CursorRow& r, activity_type* act, int32_t duration) {
 
   // 11. The assignment's levelled load.
   char project[kId];
-  copyText(project, kId, r.project_id);
+  copyCut(project, kId, r.project_id);
   char assignment[kId];
-  copyText(assignment, kId,
+  copyCut(assignment, kId,
            projAssign && !isNull(r, 15) ? r.prj_assignment_id : r.tsk_assignment_id);
   int32_t tmp0 = 0;
   if (int step = callWithStatus(run_, store_, kCallLevelString,

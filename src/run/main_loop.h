@@ -41,11 +41,6 @@ inline constexpr int kTimeRealignment = kTimeDynamicResolution;
 inline constexpr int kTimeTaskRollups = kTimeRollups;
 inline constexpr int kTimeLoopCommits = kTimeCommits;
 
-// Seconds of processor time since `since`.
-inline double secondsSince(std::clock_t since) {
-  return static_cast<double>(std::clock() - since) / 1000000.0;
-}
-
 // The SQL-failure exit (see above). Returns `status`.
 int sqlFailureExit(RunState& run, int32_t status, FILE* file);
 

@@ -115,20 +115,6 @@ constexpr std::size_t kRoomForLongBlock = 4000;
 // How a step left the run.
 enum class Exit { kContinue, kFinalize, kImmediate };
 
-double secondsSince(std::clock_t start) {
-  return static_cast<double>(std::clock() - start) / 1000000.0;
-}
-
-template <class F>
-void forEachElement(linked_list_type* list, F f) {
-  if (list == nullptr || ll_size(list) == 0) return;
-  ll_head(list);
-  for (int32_t i = 0, n = ll_size(list); i < n; ++i) {
-    f(ll_retrieve(list));
-    ll_next(list);
-  }
-}
-
 class Driver {
  public:
   Driver(RunState& run, db::Store& store, FILE* file) : run_(run), store_(store), file_(file) {}

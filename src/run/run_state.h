@@ -146,6 +146,11 @@ struct RunState {
 // size - 1 characters; always terminates.
 void copyCut(char* buf, int size, const char* text);
 
+// Seconds of processor time since `since` (the unit of the phase times).
+inline double secondsSince(std::clock_t since) {
+  return static_cast<double>(std::clock() - since) / 1000000.0;
+}
+
 }  // namespace run
 
 #endif  // LEVELER_RUN_RUN_STATE_H
