@@ -12,7 +12,8 @@
 // per iteration: the wall time, the processor seconds of the phases the
 // results report prints (seq_static, dyn_resolution, search, critical_path,
 // read back from the run's log), and the peak of the memory allocated by
-// the run (peak_MB). Run with --benchmark_repetitions=3 for medians.
+// the run (peak_MB). Run with --benchmark_repetitions=3 for medians;
+// LEVELLING_BENCH_LOG=<file> keeps the last run's log.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -103,6 +104,9 @@ void BM_Levelling(benchmark::State& state) {
       peak = std::max(peak, meter.peakMB());
     }
     const std::string log = readFile(logPath);
+    // LEVELLING_BENCH_LOG=file keeps the last run's log (its results report
+    // times every phase).
+    if (const char* keep = std::getenv("LEVELLING_BENCH_LOG")) std::rename(logPath.c_str(), keep);
     std::remove(logPath.c_str());
     if (rc != 0) {
       const std::size_t from = log.size() > 3000 ? log.size() - 3000 : 0;

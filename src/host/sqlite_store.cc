@@ -117,7 +117,8 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
 
   int32_t status = store->executeScript(
       "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; "
-      "PRAGMA case_sensitive_like=ON;");
+      "PRAGMA case_sensitive_like=ON; PRAGMA temp_store=MEMORY; "
+      "PRAGMA cache_size=-131072; PRAGMA mmap_size=1073741824;");
   if (status == 0) {
     rc = registerSqlFunctions(connection, store.get());
     if (rc != SQLITE_OK) status = store->databaseFailure(rc);

@@ -39,8 +39,43 @@ void fitIndexArray(linked_list_type* list) {
   list->index_arr_len = capacity;
 }
 
-// Refills the index array from head to tail and sorts it. The current link
-// is untouched, so the current position is kept.
+// FNV-1a over the name's bytes.
+uint32_t hashName(const char* name) {
+  uint32_t h = 2166136261u;
+  for (const unsigned char* p = reinterpret_cast<const unsigned char*>(name); *p != 0; ++p) {
+    h = (h ^ *p) * 16777619u;
+  }
+  return h;
+}
+
+// Refills the hash table from head to tail: a table at most half full, so
+// that a probe sequence stays short. A name already present keeps its first
+// (nearest the head) link.
+void refillHash(linked_list_type* list) {
+  uint32_t size = 16;
+  while (size < static_cast<uint32_t>(list->listlength) * 2u) size *= 2;
+  if (list->hash_arr == nullptr || list->hash_mask + 1 != size) {
+    delete[] list->hash_arr;
+    list->hash_arr = new ll_hash_slot[size];
+    list->hash_mask = size - 1;
+  }
+  std::memset(static_cast<void*>(list->hash_arr), 0, sizeof(ll_hash_slot) * size);
+  for (linktype* l = list->phead; l != nullptr; l = l->pnext) {
+    const char* name = nameOf(list, l);
+    const uint32_t hash = hashName(name);
+    uint32_t at = hash & list->hash_mask;
+    while (list->hash_arr[at].link != nullptr &&
+           (list->hash_arr[at].hash != hash ||
+            std::strcmp(nameOf(list, list->hash_arr[at].link), name) != 0)) {
+      at = (at + 1) & list->hash_mask;
+    }
+    if (list->hash_arr[at].link == nullptr) list->hash_arr[at] = {l, hash};
+  }
+}
+
+// Refills the index array from head to tail and sorts it, and refills the
+// hash table. The current link is untouched, so the current position is
+// kept.
 void refillIndex(linked_list_type* list) {
   fitIndexArray(list);
   int32_t i = 0;
@@ -48,6 +83,7 @@ void refillIndex(linked_list_type* list) {
   if (list->listlength > 1) {
     ll_combQuickSortOfPointArray(list, ll_swapFunCritAscOrder, list->listlength);
   }
+  refillHash(list);
   list->lastOperStatus = kInStep;
 }
 
@@ -103,6 +139,7 @@ void ll_delete(linked_list_type* list) {
     l = next;
   }
   delete[] list->pcl_arr;
+  delete[] list->hash_arr;
   delete list;
 }
 
@@ -301,28 +338,15 @@ int ll_swapFunCritAscOrder(linked_list_type* list, linktype* a, linktype* b) {
 linktype* ll_bsearch(linked_list_type* list, const char* key) {
   if (list->lastOperStatus != kInStep) {
     if (list->listlength == 0) return nullptr;
-    if (list->listlength == 1) {
-      if (std::strcmp(key, nameOf(list, list->phead)) != 0) return nullptr;
-      list->lastOperStatus = kInStep;
-      return list->phead;
-    }
     refillIndex(list);
   }
-  int32_t len = list->listlength;
-  if (len == 0 || list->pcl_arr == nullptr) return nullptr;
-  int32_t lo = 0;
-  int32_t hi = len;
-  while (hi - lo >= 2) {
-    int32_t mid = (lo + hi) / 2;
-    int c = std::strcmp(key, nameOf(list, list->pcl_arr[mid]));
-    if (c == 0) return list->pcl_arr[mid];
-    if (c > 0) lo = mid;
-    else hi = mid;
+  if (list->listlength == 0 || list->hash_arr == nullptr) return nullptr;
+  const uint32_t hash = hashName(key);
+  for (uint32_t at = hash & list->hash_mask; list->hash_arr[at].link != nullptr;
+       at = (at + 1) & list->hash_mask) {
+    const ll_hash_slot& slot = list->hash_arr[at];
+    if (slot.hash == hash && std::strcmp(key, nameOf(list, slot.link)) == 0) return slot.link;
   }
-  // The start and finish nodes sit at the ends out of name order, and the
-  // loop never looks at entry 0.
-  if (std::strcmp(key, nameOf(list, list->pcl_arr[0])) == 0) return list->pcl_arr[0];
-  if (std::strcmp(key, nameOf(list, list->pcl_arr[len - 1])) == 0) return list->pcl_arr[len - 1];
   return nullptr;
 }
 
