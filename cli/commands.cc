@@ -80,6 +80,10 @@ int initCommand(const std::string& command, const std::vector<std::string>& args
     printError(command, error);
     return kExitFailure;
   }
+  if (commit(*store) != 0) {
+    printError(command, "cannot commit the schema: " + std::string(store->status().message));
+    return kExitFailure;
+  }
   std::printf("created an empty leveler database in %s\n", path.c_str());
   return kExitOk;
 }

@@ -85,9 +85,13 @@ int32_t listProjects(db::Store& store) {
                              db::HostVar(lastRun, &ind[4]), db::HostVar(when, &ind[5]),
                              db::HostVar(user, &ind[6]), db::HostVar(lock, &ind[7]),
                              db::HostVar(finish, &ind[8])})) == 0) {
-    std::printf("  %-20s %-24s %-16s %5d  %-11s %-19s %-12s %-16s %s\n", id.c_str(), name.c_str(),
-                parent.c_str(), tasks, lastRunName(lastRun).c_str(), when.c_str(), user.c_str(),
-                finish.c_str(), lockName(lock));
+    char line[1024];
+    std::snprintf(line, sizeof line, "  %-20s %-24s %-16s %5d  %-11s %-19s %-12s %-16s %s",
+                  id.c_str(), name.c_str(), parent.c_str(), tasks, lastRunName(lastRun).c_str(),
+                  when.c_str(), user.c_str(), finish.c_str(), lockName(lock));
+    std::string text(line);
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    std::printf("%s\n", text.c_str());
     ++rows;
   }
   if (rows == 0) std::printf("  (none)\n");
