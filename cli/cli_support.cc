@@ -143,7 +143,9 @@ std::unique_ptr<db::Store> openDatabase(const std::string& target, bool create,
     if (!error.empty()) return nullptr;
   }
   host::SqliteOptions options;
-  options.createSchema = create;
+  // Only a new (or empty) file gets the schema: tables are never added to a
+  // database of another application.
+  options.createSchema = create && (!exists || st.st_size == 0);
   db::SqlStatus failure;
   std::unique_ptr<host::SqliteStore> store = host::SqliteStore::open(target, options, &failure);
   if (store == nullptr) {

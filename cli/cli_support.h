@@ -16,8 +16,9 @@
 // - create = false (every command but init and demo): the file must exist,
 //   be readable, start with the SQLite header and hold the application's
 //   tables (KOR_WBS); otherwise the error names what is wrong.
-// - create = true: a missing or empty file is created with the schema; an
-//   existing SQLite file gets whatever tables it lacks.
+// - create = true: a missing or empty file is created with the schema; a
+//   file with content must already be a leveler database (no tables are
+//   added to another application's database).
 // In both cases the workflow cycle that run notifications live under
 // (KOR_WORKFLOW_CYCLES, PARENT_ID 'NOTIFICATION') is added when missing:
 // without it a run has nowhere to send its notification. That row is

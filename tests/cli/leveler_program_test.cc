@@ -197,6 +197,9 @@ TEST_F(LevelerProgram, MissingOrForeignDatabasesAreRefusedClearly) {
   EXPECT_EQ(1, foreign.exit);
   EXPECT_EQ(0u, foreign.err.find("leveler list: '" + other + "' is not a leveler database"));
   EXPECT_EQ(1, lineCount(foreign.err));
+  // Nor does the demo move into it.
+  EXPECT_EQ(1, run({"demo", other}).exit);
+  EXPECT_EQ("<-1>", LevelerProgram::text(other, "SELECT COUNT(*) FROM KOR_WBS"));  // no table
 
   const Outcome pg = run({"list", "postgresql://localhost/leveler"});
   EXPECT_EQ(1, pg.exit);
@@ -267,14 +270,18 @@ TEST_F(LevelerProgram, DemoLevelsCopiesAndIsListed) {
                           "W.PROJECT_ID = D.PROJECT_ID AND W.TYPE_ID = 3 AND D.PROJECT_ID <> "
                           "'DEMO_VENDOR' AND W.LEVEL_FINISH IS NULL"));
 
+  EXPECT_EQ("0", text(db, "SELECT COUNT(*) FROM TASK_ASSIGNMENTS WHERE PLANNED_START IS NOT NULL"));
   const Outcome copy = run({"copy", db, "PF_DEMO", "--user", "tester", "--log", log});
   EXPECT_EQ(0, copy.exit) << copy.out << copy.err;
+  // The levelled dates are now the plan's.
+  EXPECT_NE("0", text(db, "SELECT COUNT(*) FROM TASK_ASSIGNMENTS WHERE PLANNED_START IS NOT NULL"));
+  EXPECT_EQ("5", text(db, "SELECT COUNT(*) FROM PROJECT_DETAILS WHERE LEVEL_LAST_CALL_OPTION = 2"));
 
   const Outcome list = run({"list", db});
   ASSERT_EQ(0, list.exit) << list.err;
   for (const char* name : {"PF_DEMO", "Demo portfolio", "DEMO_OFFICE", "Office move", "DEMO_WEB",
                            "DEMO_PLANT_MECH", "DEMO_VENDOR", "R_CREW", "Installation crew",
-                           "R_KARL", "CAL_4DAY", "tester"}) {
+                           "R_KARL", "CAL_4DAY", "tester", " copy "}) {
     EXPECT_NE(std::string::npos, list.out.find(name)) << name << "\n" << list.out;
   }
   EXPECT_NE(std::string::npos, list.out.find("3.00"));  // the team's capacity in persons
