@@ -31,7 +31,9 @@
 // - Assignments (TASK_ASSIGNMENTS) with one TASK_DAY_OF_YEAR row per
 //   assignment and working day; tasks wholly before the reporting day are
 //   finished and those that straddle it are in progress, with their work
-//   reported (actual start and finish, work to date, ACTUAL_FLAG 1 days).
+//   reported (actual start and finish, work to date, ACTUAL_FLAG 1 days);
+//   their assignments are scheduled from the estimate to complete
+//   (BIT_FLAG 2), as levelling expects of work already under way.
 // - The projects of the portfolio listed as a what-if scenario
 //   (NAV_SCENARIOS), so that the what-if run kinds have something to work
 //   on.
