@@ -101,7 +101,7 @@ void printNotification(db::Store& store, const std::string& user,
     std::string body(text->view());
     while (!body.empty() && (body.back() == '\n' || body.back() == ' ')) body.pop_back();
     size_t from = 0;
-    while (from <= body.size()) {
+    while (!body.empty() && from <= body.size()) {
       size_t to = body.find('\n', from);
       if (to == std::string::npos) to = body.size();
       std::printf("  %s\n", body.substr(from, to - from).c_str());
