@@ -43,7 +43,7 @@ inline constexpr int kOptionConsiderUidsLengthSupr = 0;
 inline constexpr int kOptimizeExceptions = 1;
 inline constexpr int kOptionLockProjectsWhenCalculate = 1;
 inline constexpr int kNotifyOnCompletion = 1;
-inline constexpr int kPrintTimingOption = 1;
+inline constexpr int kPrintTimingOption = 0;
 
 // Result codes of a run.
 inline constexpr int kErrNotExisting = 200004;
