@@ -16,6 +16,8 @@ struct Sweeper {
   std::vector<activity_type*> at;
   std::vector<Placement> seen;  // what the item's last visit (or check) left
   std::vector<char> dirty;
+  std::vector<Placement> lastEnd;  // seen and dirty as the last sweep ended
+  std::vector<char> lastDirty;
   std::unordered_map<const activity_type*, int> index;
   linked_list_type* lookup = nullptr;
   bool forward = true;
@@ -144,7 +146,19 @@ int sweepUntilSettled(linked_list_type* items_list, linked_list_type* lookup, bo
       if (s.markDependents(i, n)) again = true;
     }
     if (!again) return 0;
-    if (sweep >= kMaxSettleSweeps) {
+    // From the second sweep on, a sweep is a function of the placements and
+    // of the items marked for it alone: when both are what the previous
+    // sweep ended with, every later sweep would repeat this one, and only
+    // the bound would end them. Such items fight (a container and its
+    // child, each setting the other's dates); stop at once, with the same
+    // log line and the same dates the bound would leave.
+    bool repeats = sweep >= 3;
+    for (int i = 0; i < n && repeats; ++i) {
+      repeats = samePlacement(s.seen[i], s.lastEnd[i]) && s.dirty[i] == s.lastDirty[i];
+    }
+    s.lastEnd = s.seen;
+    s.lastDirty = s.dirty;
+    if (sweep >= kMaxSettleSweeps || repeats) {
       if (file != nullptr) {
         std::fprintf(file,
                      "\n%s: items still moving after %d sweeps; the pass stops with those items "

@@ -30,9 +30,14 @@
 // otherwise fall back before its container's dependency, and be pushed
 // back again by the container: the sweeps would never settle).
 //
-// Bound: at most kMaxSettleSweeps sweeps. A run that reaches it writes
-// "<module>: items still moving after <n> sweeps; the pass stops with
-// those items as they are" to the log and returns normally.
+// Bound: at most kMaxSettleSweeps sweeps, and no more once a sweep (the
+// third or later) ends exactly as the one before it, with the same items
+// marked: every later sweep would repeat it, so the bound would leave the
+// same dates, only later (on a portfolio of 100,000 items a handful of
+// fighting items made every pass run all 64 sweeps over containers of
+// thousands of children). Either way the pass writes "<module>: items
+// still moving after <n> sweeps; the pass stops with those items as they
+// are" to the log and returns normally.
 //
 // Units: none of its own; an item's placement (day numbers and the two
 // minute offsets) is what "moved" compares. Ownership: nothing here owns an
