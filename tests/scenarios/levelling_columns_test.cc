@@ -11,7 +11,8 @@
 // (480 minutes a day). One person R1 (100%). Tasks:
 //   TA  1440 min on R1 (assignment A_TA)  -> 3 days
 //   TB   960 min on R1 (assignment A_TB)  -> 2 days
-//   TC   480 min, no assignment, finish-to-start successor of TA
+//   TC   480 min, no assignment, finish-to-start successor of TA, to start
+//        no later than Friday 2024-01-05 (constraint 7)
 // Both assignments belong to the project assignment PA_R1 (P1, R1). The
 // plan before any run: every task and assignment from Monday 2024-01-08.
 // The clock of the store is fixed at 2024-01-05 09:00 (the assignments were
@@ -43,6 +44,9 @@ constexpr const char* kNull = "null";
 // copy's Lev_kor_wbs: P1, TA, TB, TC).
 constexpr const char* kLevelLeft = "Lev_project_assignment=1 ";
 constexpr const char* kCopyLeft = "Lev_kor_wbs=4 Lev_project_assignment=1 ";
+// TC's constraint 7 (start no later than 2024-01-05) against its levelled
+// start on 2024-01-11.
+constexpr const char* kTcConflict = "2000:2024-01-05 00:00:00.000000;";
 
 std::string stamp(const std::string& day, const char* time) {
   return day + " " + time + ".000000";
@@ -99,7 +103,11 @@ class LevellingColumns : public Scenario {
     db.row("RESOURCES", {{"RESOURCE_ID", "U1"}, {"FULL_NAME", "Una User"}});
     assigned("TA", 1440, 1);
     assigned("TB", 960, 0);
-    task("P1", "P1", "TC", 2, 480, "2024-01-08", {{"ROLLUP_BITS", "0"}, {"ETC", "0"}});
+    // TC must start by Friday 2024-01-05, before the project's start: it
+    // cannot, and the conflict list says so.
+    task("P1", "P1", "TC", 2, 480, "2024-01-08",
+         {{"ROLLUP_BITS", "0"}, {"ETC", "0"}, {"CONSTRAINT_TYPE", "7"},
+          {"CONSTRAINT_DT", "2024-01-05 00:00:00.000000"}});
     link("TA", "TC", "P1");
     db.store().execute(
         "UPDATE KOR_WBS SET PLANNED_EFFORT = 2880, CHILD_COUNT = 3, ROLLUP_BITS = 0, ETC = 0, "
@@ -144,6 +152,53 @@ class LevellingColumns : public Scenario {
     return s.str();
   }
   std::string subject() { return text("SELECT SUBJECT FROM KOR_WORKFLOWS"); }
+  // The notification text of a run: its progress messages, newest first,
+  // each after the time stamp of the notification that carried it (the
+  // "Started." of a what-if run, never notified on its own, without one).
+  static std::string trail(const std::vector<std::string>& oldestFirst,
+                           bool startNotified = true) {
+    std::string out;
+    for (std::size_t i = 0; i < oldestFirst.size(); ++i) {
+      const bool stamped = i > 0 || startNotified;
+      out = (stamped ? std::string(kNow) + "\n" : std::string()) + oldestFirst[i] + out;
+    }
+    return out;
+  }
+  // The messages of a levelling or calculation run, oldest first; a
+  // what-if run adds its scenario summary after the project dates.
+  static std::vector<std::string> levellingMessages(bool whatIf) {
+    std::vector<std::string> m = {
+        "Started.",
+        "All Selected Projects are Locked. ",
+        "The list of Projects is created.",
+        "WBS is copied to temporary table. ",
+        "Retrieving of WBS & Assignments Data is completed.",
+        "Start processing of 'Forward/Backward' passes of the Network tree.",
+        "Start processing of assignments.",
+        "Processing of assignments is completed.",
+        "The final rollup of containers is completed.",
+        "The calculation of 'Critical Path' is completed.",
+        "The final update of WBS items is completed.",
+        "The update of 'Start/Finish/Creation' dates is completed for Projects. "};
+    if (whatIf) m.push_back("The scheduling date/time information is copied to 'WorkPackages'. ");
+    for (const char* t : {"The list of scheduling conflicts is updated. ",
+                          "The last portion of scheduling information is copied into DB.",
+                          "All Selected Projects are Unlocked. ",
+                          "All Temporary objects are Deleted. ", "Completed, 100% done.\n\n\n"}) {
+      m.push_back(t);
+    }
+    return m;
+  }
+  static std::vector<std::string> copyMessages() {
+    return {"Started.",
+            "All Selected Projects are Locked. ",
+            "The list of Projects is created.",
+            "WBS is copied to temporary table. ",
+            "Project 'P1' is done.\n\n ",
+            "All Selected Projects are Unlocked. ",
+            "All Temporary objects are Deleted. ",
+            "Completed, 100% done.\n\n\n"};
+  }
   std::string description() { return text("SELECT DESCRIPTION FROM KOR_WORKFLOWS"); }
   static std::string reportLine(const char* label, int value) {
     char line[120];
@@ -270,6 +325,14 @@ class LevellingColumns : public Scenario {
             {"LEVEL_CONSTRAINT_TYPE", kNull},
             {"ROLLUP_BITS", "0"}};
   }
+  // TC's levelled row: the loader records its constraint as the levelled
+  // one (type 7, the date at 00:00), and the conflict list reports it.
+  static Row constrainedTc(Row r) {
+    r["LEVEL_CONSTRAINT_TYPE"] = "7";
+    r["LEVEL_CONSTRAINT_DT"] = "2024-01-05 00:00:00.000000";
+    r["LEVEL_CONFLICT"] = kTcConflict;
+    return r;
+  }
   // The level columns of an assignment after a levelling run.
   static Row levelledAssignment(const std::string& start, const std::string& finish, int effort,
                                 const std::string& string) {
@@ -329,7 +392,7 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
   EXPECT_EQ(0, run(0)) << log();
 
   EXPECT_EQ("[Finished] Leveling Project 'P1'", subject());
-  EXPECT_THAT(description(), HasSubstr("Completed, 100% done."));
+  EXPECT_EQ(trail(levellingMessages(false)), description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr("S t a r t       L e v e l i n g"));
   EXPECT_THAT(l, HasSubstr("LEVELING/CALCULATE RESULTS for Project. \n" + projectLine("P1")));
@@ -351,7 +414,7 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             levelledItem(at8("2024-01-11"), at17("2024-01-12"), 960, 0, 2));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
-            levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 3));
+            constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 3)));
   // The plan is left alone.
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             {{"PLANNED_START", at8("2024-01-08")}, {"PLANNED_FINISH", at17("2024-01-09")},
@@ -395,7 +458,7 @@ TEST_F(LevellingColumns, CalculationWritesEveryLevelColumn) {
   EXPECT_EQ(0, run(3)) << log();
 
   EXPECT_EQ("[Finished] Calculation of Project 'P1'", subject());
-  EXPECT_THAT(description(), HasSubstr("Completed, 100% done."));
+  EXPECT_EQ(trail(levellingMessages(false)), description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr(projectLine("P1")));
   EXPECT_THAT(l, HasSubstr(reportLine("Error Code is", 0)));
@@ -410,7 +473,7 @@ TEST_F(LevellingColumns, CalculationWritesEveryLevelColumn) {
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             levelledItem(at8("2024-01-08"), at17("2024-01-09"), 960, 960, 3));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
-            levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 2));
+            constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 2)));
 
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'",
             levelledAssignment(at8("2024-01-08"), at17("2024-01-10"), 1440, "2024-01-08;480*3"));
@@ -448,8 +511,7 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
   EXPECT_EQ(0, run(2)) << log();
 
   EXPECT_EQ("[Finished] Copying Calculated/Leveled Results for Project 'P1'", subject());
-  EXPECT_THAT(description(), HasSubstr("Completed, 100% done."));
-  EXPECT_THAT(description(), HasSubstr("Project 'P1' is done."));
+  EXPECT_EQ(trail(copyMessages()), description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr("C o p i n g  of  L e v e l e d  D a t a"));
   EXPECT_THAT(l, HasSubstr(projectLine("P1")));
@@ -515,9 +577,12 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             copiedItem(at8("2024-01-11"), at17("2024-01-12"), at8("2024-01-11"),
                        at17("2024-01-12"), 960));
-  expectRow("KOR_WBS", "ELEMENT_ID='TC'",
-            copiedItem(at8("2024-01-11"), at17("2024-01-11"), at8("2024-01-08"),
-                       at17("2024-01-08"), 480));
+  Row tc = copiedItem(at8("2024-01-11"), at17("2024-01-11"), at8("2024-01-08"),
+                      at17("2024-01-08"), 480);
+  tc["CONSTRAINT_TYPE"] = "7";  // the levelled constraint, the item's own
+  tc["CONSTRAINT_DT"] = "2024-01-05 00:00:00.000000";
+  tc["LEVEL_CONFLICT"] = kTcConflict;  // the copy leaves the conflict list
+  expectRow("KOR_WBS", "ELEMENT_ID='TC'", tc);
 
   EXPECT_EQ("TA LEVELLED 2 2024-01-01 1440 | TA OTHER 2 2024-01-01 5 | "
             "TB LEVELLED 2 2024-01-01 960",
@@ -546,7 +611,7 @@ TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
   EXPECT_EQ(0, run(4)) << log();
 
   EXPECT_EQ("[Finished] What-if? Scenario: 'P1'", subject());
-  EXPECT_THAT(description(), HasSubstr("Completed, 100% done."));
+  EXPECT_EQ(trail(levellingMessages(true), false), description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr("LEVELING/CALCULATE RESULTS for What-If?Scenario. \n"));
   EXPECT_THAT(l, HasSubstr(reportLine("Error Code is", 0)));
@@ -563,7 +628,7 @@ TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             levelledItem(at8("2024-01-11"), at17("2024-01-12"), 960, 0, 3));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
-            levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 4));
+            constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 4)));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'",
             levelledAssignment(at8("2024-01-08"), at17("2024-01-10"), 1440, "2024-01-08;480*3"));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
@@ -586,7 +651,7 @@ TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
   EXPECT_EQ(0, run(6)) << log();
   EXPECT_EQ("[Finished] What-if? Scenario: Copying Calculated Results for Scenario 'P1'",
             subject());
-  EXPECT_THAT(description(), HasSubstr("Project 'P1' is done."));
+  EXPECT_EQ(trail(copyMessages(), false), description());
   // The scenario's reservation stays: the run finds the projects at 10,
   // keeps them at 10 (it never held the lock 1 that a run gives back), and
   // releases record locks only of projects at 0.
@@ -626,6 +691,13 @@ TEST_F(LevellingColumns, CopyOfAProjectWithoutItsItemReturns200143) {
   EXPECT_THAT(description(), HasSubstr("not existing PROJECT_ID"));
   // Sent at once under the run's start subject; no final notification.
   EXPECT_EQ("[Started] Copying Calculated/Leveled Results for Project 'P1'", subject());
+  EXPECT_THAT(description(),
+              HasSubstr("error type: not existing PROJECT_ID \nLineNum = "));
+  EXPECT_THAT(description(),
+              HasSubstr("Please submit to supporting team \n\nPROJECT_ID = GHOST (0)\n\n" +
+                        trail({"Started.", "All Selected Projects are Locked. ",
+                               "The list of Projects is created.",
+                               "WBS is copied to temporary table. "})));
   EXPECT_EQ("1/L", lockMarks());
   EXPECT_EQ(1, count("SELECT LEVEL_LOCK FROM PROJECT_DETAILS WHERE PROJECT_ID='GHOST'"));
   EXPECT_EQ(2, count("SELECT COUNT(*) FROM NAV_TMP_PROJECTS_00"));
@@ -653,10 +725,13 @@ TEST_F(LevellingColumns, CopyOfAProjectNeverLevelledReturns200317) {
   EXPECT_EQ(200317, RES_DEP_FOR_PROJ(&ctx, "P1", 0, 2, 0, 0, 0, "2024-01-08 08:00:00.000000", 0,
                                      "U1", 0));
   EXPECT_EQ("[Failed] Copying Calculated/Leveled Results for Project 'P1'", subject());
-  EXPECT_THAT(description(), HasSubstr("One must apply Calculate/Level before attempting to "
-                                       "Copy Calculated Results."));
-  EXPECT_THAT(description(), HasSubstr("You have to Calculate/Level at least once before "
-                                       "Copying results."));
+  // Nothing was locked: no unlocking message.
+  EXPECT_EQ(trail({"Started.",
+                   "One must apply Calculate/Level before attempting to Copy Calculated "
+                   "Results.",
+                   "All Temporary objects are Deleted. ",
+                   "You have to Calculate/Level at least once before Copying results.\n\n"}),
+            description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr(reportLine("Error Code is", 200317)));
   EXPECT_THAT(l, Not(HasSubstr("C o p i n g")));
