@@ -10,7 +10,7 @@
 // Friday 2024-02-02, calendar Monday to Friday 08:00-12:00 and 13:00-17:00
 // (480 minutes a day). One person R1 (100%). Tasks:
 //   TA  1440 min on R1 (assignment A_TA)  -> 3 days
-//   TB   960 min on R1 (assignment A_TB)  -> 2 days
+//   TB   720 min on R1 (assignment A_TB)  -> a day and a morning
 //   TC   480 min, no assignment, finish-to-start successor of TA, to start
 //        no later than Friday 2024-01-05 (constraint 7)
 // Both assignments belong to the project assignment PA_R1 (P1, R1). The
@@ -52,6 +52,7 @@ std::string stamp(const std::string& day, const char* time) {
   return day + " " + time + ".000000";
 }
 std::string at8(const std::string& day) { return stamp(day, "08:00:00"); }
+std::string at12(const std::string& day) { return stamp(day, "12:00:00"); }
 std::string at17(const std::string& day) { return stamp(day, "17:00:00"); }
 
 class LevellingColumns : public Scenario {
@@ -62,6 +63,7 @@ class LevellingColumns : public Scenario {
     std::remove(logPath_.c_str());
     db.store().setFixedTime(kNow);
     fullDay_ = testing::dayBitsHex(testing::standardDay());
+    morning_ = testing::dayBitsHex(testing::dayBits({{480, 720}}));
   }
   void TearDown() override { std::remove(logPath_.c_str()); }
 
@@ -102,7 +104,7 @@ class LevellingColumns : public Scenario {
     db.row("RESOURCES", {{"RESOURCE_ID", "R1"}, {"FULL_NAME", "Ria One"}, {"MAX_UNITS", "10000"}});
     db.row("RESOURCES", {{"RESOURCE_ID", "U1"}, {"FULL_NAME", "Una User"}});
     assigned("TA", 1440, 1);
-    assigned("TB", 960, 0);
+    assigned("TB", 720, 0);
     // TC must start by Friday 2024-01-05, before the project's start: it
     // cannot, and the conflict list says so.
     task("P1", "P1", "TC", 2, 480, "2024-01-08",
@@ -110,7 +112,7 @@ class LevellingColumns : public Scenario {
           {"CONSTRAINT_DT", "2024-01-05 00:00:00.000000"}});
     link("TA", "TC", "P1");
     db.store().execute(
-        "UPDATE KOR_WBS SET PLANNED_EFFORT = 2880, CHILD_COUNT = 3, ROLLUP_BITS = 0, ETC = 0, "
+        "UPDATE KOR_WBS SET PLANNED_EFFORT = 2640, CHILD_COUNT = 3, ROLLUP_BITS = 0, ETC = 0, "
         "MILESTONE_PERCENT = 0 WHERE ELEMENT_ID = 'P1'");
     db.row("PROJECT_ASSIGNMENTS", {{"PROJECT_ID", "P1"}, {"RESOURCE_ID", "R1"},
                                    {"RESOURCE_TYPE", "0"}, {"PARTICIPANT", "1"},
@@ -254,7 +256,8 @@ class LevellingColumns : public Scenario {
 
   // Every day row of `table` for P1, one line a row:
   // "assignment task resource parent day sched actual actualFlag bitFlag bits",
-  // the bits of a whole standard day written "full".
+  // the bits of a whole standard day written "full", of its morning
+  // (08:00-12:00) "am".
   std::vector<std::string> dayRows(const std::string& table) {
     const std::string all = text(
         "SELECT GROUP_CONCAT(R, '|') FROM (SELECT TSK_ASSIGNMENT_ID || ' ' || TASK_ID || ' ' || "
@@ -268,22 +271,27 @@ class LevellingColumns : public Scenario {
     while (from <= all.size()) {
       std::size_t to = all.find('|', from);
       std::string r = all.substr(from, to == std::string::npos ? std::string::npos : to - from);
-      const std::size_t bits = r.find(fullDay_);
-      if (bits != std::string::npos) r.replace(bits, fullDay_.size(), "full");
+      for (const auto& [hex, name] : {std::pair{fullDay_, "full"}, std::pair{morning_, "am"}}) {
+        const std::size_t bits = r.find(hex);
+        if (bits != std::string::npos) r.replace(bits, hex.size(), name);
+      }
       rows.push_back(r);
       if (to == std::string::npos) break;
       from = to + 1;
     }
     return rows;
   }
-  // A levelled or copied day: a whole working day of R1 on the assignment.
+  // A levelled or copied day of R1 on the task's assignment.
   static std::string day(const std::string& task, const std::string& dayText,
-                         const std::string& bits = "full") {
-    return "A_" + task + " " + task + " R1 PA_R1 " + dayText + " 480 0 0 0 " + bits;
+                         int minutes = 480, const std::string& bits = "full") {
+    return "A_" + task + " " + task + " R1 PA_R1 " + dayText + " " + std::to_string(minutes) +
+           " 0 0 0 " + bits;
   }
   // The planned days written by build(): no parent, no bits.
-  static std::string plannedDay(const std::string& task, const std::string& dayText) {
-    return "A_" + task + " " + task + " R1 null " + dayText + " 480 0 0 null null";
+  static std::string plannedDay(const std::string& task, const std::string& dayText,
+                                int minutes = 480) {
+    return "A_" + task + " " + task + " R1 null " + dayText + " " + std::to_string(minutes) +
+           " 0 0 null null";
   }
 
   // "ELEMENT CHARGE TYPE PERIOD AMOUNT" of every budget row of P1.
@@ -368,17 +376,20 @@ class LevellingColumns : public Scenario {
 
   std::string logPath_;
   std::string fullDay_;
+  std::string morning_;
 };
 
 // Levelling (kind 0). R1 takes TA first (TA leads the longer path TA -> TC,
 // four days against TB's two):
 //   A_TA 1440 min = 3 days of 480 from Mon 2024-01-08 08:00 -> Wed 01-10 17:00
-//   A_TB  960 min = 2 days; R1 is full Mon-Wed, so Thu 01-11 08:00 -> Fri 01-12 17:00
+//   A_TB  720 min = 480 + 240; R1 is full Mon-Wed, so Thu 01-11 08:00 -> Fri 01-12
+//         12:00 (the morning, 08:00-12:00, is 240 min)
 //   TC (480, no assignment) follows TA: Thu 01-11 08:00 -> 17:00
-//   P1 spans Mon 01-08 08:00 -> Fri 01-12 17:00: 5 working days = 2400 min
+//   P1 spans Mon 01-08 08:00 -> Fri 01-12 12:00: 4 x 480 + 240 = 2160 min
 // Level index: P1, the root, 0; then by weighted delay (start offset +
-// slack - competing work on R1): TA 0 + 0 - 960 = -960, TB 0 + 960 - 1440
-// = -480, TC (no assignment) 1440 + 0 = 1440: TA 1, TB 2, TC 3.
+// slack - competing work on R1): TA 0 + 0 - 720 = -720, TB 0 + 1200 - 1440
+// = -240 (static slack Tue 12:00 -> Thu 17:00 = 240 + 480 + 480), TC (no
+// assignment) 1440 + 0 = 1440: TA 1, TB 2, TC 3.
 // Slack after levelling: the backward pass caps every late finish at the
 // project's finish day of the static schedule, Thu 01-11 (TA, TC; TB
 // static Mon-Tue). TC and TA end on their latest dates (Thu, Wed) and TB
@@ -395,7 +406,8 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
   EXPECT_EQ(trail(levellingMessages(false)), description());
   const std::string l = log();
   EXPECT_THAT(l, HasSubstr("S t a r t       L e v e l i n g"));
-  EXPECT_THAT(l, HasSubstr("LEVELING/CALCULATE RESULTS for Project. \n" + projectLine("P1")));
+  EXPECT_THAT(l, HasSubstr("LEVELING/CALCULATE RESULTS for Project. \n" + projectLine("P1") +
+                           " Todays Date is                         :" + kNow + " \n"));
   EXPECT_THAT(l, HasSubstr(reportLine("Error Code is", 0)));
   EXPECT_THAT(l, HasSubstr(reportLine("No.Leveled Tasks", 3)));
   EXPECT_THAT(l, HasSubstr(" No.Leveled Assignments                 :         3 within   2 "
@@ -408,11 +420,11 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
             {{"LEVEL_MOVE_PROJ", "1"}, {"LEVEL_START_FINISH_DATE", "2024-01-08 00:00:00.000000"}});
 
   expectRow("KOR_WBS", "ELEMENT_ID='P1'",
-            levelledItem(at8("2024-01-08"), at17("2024-01-12"), 2400, 0, 0));
+            levelledItem(at8("2024-01-08"), at12("2024-01-12"), 2160, 0, 0));
   expectRow("KOR_WBS", "ELEMENT_ID='TA'",
             levelledItem(at8("2024-01-08"), at17("2024-01-10"), 1440, 0, 1));
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
-            levelledItem(at8("2024-01-11"), at17("2024-01-12"), 960, 0, 2));
+            levelledItem(at8("2024-01-11"), at12("2024-01-12"), 720, 0, 2));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
             constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 3)));
   // The plan is left alone.
@@ -423,13 +435,13 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'",
             levelledAssignment(at8("2024-01-08"), at17("2024-01-10"), 1440, "2024-01-08;480*3"));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            levelledAssignment(at8("2024-01-11"), at17("2024-01-12"), 960, "2024-01-11;480*2"));
+            levelledAssignment(at8("2024-01-11"), at12("2024-01-12"), 720, "2024-01-11;480,240"));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            {{"PLANNED_START", at8("2024-01-08")}, {"PLANNED_WORK", "960"}, {"CONSIDER", "9"}});
+            {{"PLANNED_START", at8("2024-01-08")}, {"PLANNED_WORK", "720"}, {"CONSIDER", "9"}});
 
   EXPECT_EQ((std::vector<std::string>{day("TA", "2024-01-08"), day("TA", "2024-01-09"),
                                       day("TA", "2024-01-10"), day("TB", "2024-01-11"),
-                                      day("TB", "2024-01-12")}),
+                                      day("TB", "2024-01-12", 240, "am")}),
             dayRows("LEVEL_TASK_DAY_OF_YEAR"));
   // The planned days stay until a copy.
   EXPECT_EQ(5u, dayRows("TASK_DAY_OF_YEAR").size());
@@ -437,7 +449,7 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
   // The project assignment's levelled envelope: planned mode only.
   expectRow("PROJECT_ASSIGNMENTS", "PROJECT_ID='P1' AND RESOURCE_ID='R1'",
             {{"LEVEL_PLANNED_START", at8("2024-01-08")},
-             {"LEVEL_PLANNED_FINISH", at17("2024-01-12")},
+             {"LEVEL_PLANNED_FINISH", at12("2024-01-12")},
              {"LEVEL_SCHED_START", kNull},
              {"LEVEL_SCHED_FINISH", kNull},
              {"ESTIMATED_PLANNED_START", at8("2024-01-08")},
@@ -448,9 +460,9 @@ TEST_F(LevellingColumns, LevellingWritesEveryLevelColumn) {
 
 // Calculation (kind 3): every assignment from its start, whatever the load.
 //   A_TA Mon 01-08 08:00 -> Wed 01-10 17:00 (3 x 480)
-//   A_TB Mon 01-08 08:00 -> Tue 01-09 17:00 (2 x 480), on top of A_TA
+//   A_TB Mon 01-08 08:00 -> Tue 01-09 12:00 (480 + 240), on top of A_TA
 //   TC follows TA: Thu 01-11; P1 Mon 01-08 -> Thu 01-11: 4 x 480 = 1920 min
-// Slack to Thu 17:00: TA, TC, P1 0; TB ends Tue: 2 working days = 960.
+// Slack to Thu 17:00: TA, TC, P1 0; TB ends Tue 12:00: 240 + 480 + 480 = 1200.
 // Level index: a calculation orders without the delay weighting; TA comes
 // before its successor TC (observed: P1 0, TA 1, TC 2, TB 3).
 TEST_F(LevellingColumns, CalculationWritesEveryLevelColumn) {
@@ -471,17 +483,17 @@ TEST_F(LevellingColumns, CalculationWritesEveryLevelColumn) {
   expectRow("KOR_WBS", "ELEMENT_ID='TA'",
             levelledItem(at8("2024-01-08"), at17("2024-01-10"), 1440, 0, 1));
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
-            levelledItem(at8("2024-01-08"), at17("2024-01-09"), 960, 960, 3));
+            levelledItem(at8("2024-01-08"), at12("2024-01-09"), 720, 1200, 3));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
             constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 2)));
 
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'",
             levelledAssignment(at8("2024-01-08"), at17("2024-01-10"), 1440, "2024-01-08;480*3"));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            levelledAssignment(at8("2024-01-08"), at17("2024-01-09"), 960, "2024-01-08;480*2"));
+            levelledAssignment(at8("2024-01-08"), at12("2024-01-09"), 720, "2024-01-08;480,240"));
   EXPECT_EQ((std::vector<std::string>{day("TA", "2024-01-08"), day("TA", "2024-01-09"),
                                       day("TA", "2024-01-10"), day("TB", "2024-01-08"),
-                                      day("TB", "2024-01-09")}),
+                                      day("TB", "2024-01-09", 240, "am")}),
             dayRows("LEVEL_TASK_DAY_OF_YEAR"));
   expectRow("PROJECT_ASSIGNMENTS", "PROJECT_ID='P1' AND RESOURCE_ID='R1'",
             {{"LEVEL_PLANNED_START", at8("2024-01-08")},
@@ -493,16 +505,16 @@ TEST_F(LevellingColumns, CalculationWritesEveryLevelColumn) {
 // Levelled (kind 0), then copied (kind 2). The copy moves every level
 // value into the plan:
 //   A_TA planned Mon 01-08 08:00 -> Wed 01-10 17:00, 1440 min, "2024-01-08;480*3"
-//   A_TB planned Thu 01-11 08:00 -> Fri 01-12 17:00,  960 min, "2024-01-11;480*2"
+//   A_TB planned Thu 01-11 08:00 -> Fri 01-12 12:00,  720 min, "2024-01-11;480,240"
 //   CONSIDER 6 (last run a levelling), ROLLUP_BITS | 2^25 (A_TA had 1:
 //   33554433), the previous plan kept in BAK_*, the level columns emptied.
 //   Days: the five planned days go, the five levelled ones come in.
 //   Items: LEVEL_STATE 2, PROPOSED_* = LEVEL_*; the roll-up gives TA and TB
 //   their assignments' dates and work; TC (no assignment) keeps its plan;
-//   P1 spans its children: Mon 01-08 08:00 (TA, TC) -> Fri 01-12 17:00 (TB),
-//   effort 1440 + 960 + 480 = 2880; START_FINISH_DATE / FINISH_START_DATE
+//   P1 spans its children: Mon 01-08 08:00 (TA, TC) -> Fri 01-12 12:00 (TB),
+//   effort 1440 + 720 + 480 = 2640; START_FINISH_DATE / FINISH_START_DATE
 //   the project's levelled days 2024-01-08 / 2024-01-12.
-//   Budget (minutes a month, planned mode -> type 2): TA 1440, TB 960; the
+//   Budget (minutes a month, planned mode -> type 2): TA 1440, TB 720; the
 //   old LEVELLED row of TA goes, the OTHER one stays.
 TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
   build();
@@ -531,17 +543,17 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
             {"BAK_ASSIGN_STRING", "2024-01-08;480*3"}, {"ROLLUP_BITS", "33554433"}};
   ta.insert(emptiedLevel.begin(), emptiedLevel.end());
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'", ta);
-  Row tb = {{"PLANNED_START", at8("2024-01-11")},  {"PLANNED_FINISH", at17("2024-01-12")},
-            {"PROPOSED_START", at8("2024-01-11")}, {"PROPOSED_FINISH", at17("2024-01-12")},
-            {"PLANNED_WORK", "960"},               {"ASSIGN_STRING", "2024-01-11;480*2"},
-            {"BAK_START_DT", at8("2024-01-11")},   {"BAK_FINISH_DT", at17("2024-01-12")},
-            {"BAK_ASSIGN_STRING", "2024-01-11;480*2"}, {"ROLLUP_BITS", "33554432"}};
+  Row tb = {{"PLANNED_START", at8("2024-01-11")},  {"PLANNED_FINISH", at12("2024-01-12")},
+            {"PROPOSED_START", at8("2024-01-11")}, {"PROPOSED_FINISH", at12("2024-01-12")},
+            {"PLANNED_WORK", "720"},               {"ASSIGN_STRING", "2024-01-11;480,240"},
+            {"BAK_START_DT", at8("2024-01-11")},   {"BAK_FINISH_DT", at12("2024-01-12")},
+            {"BAK_ASSIGN_STRING", "2024-01-11;480,240"}, {"ROLLUP_BITS", "33554432"}};
   tb.insert(emptiedLevel.begin(), emptiedLevel.end());
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'", tb);
 
   EXPECT_EQ((std::vector<std::string>{day("TA", "2024-01-08"), day("TA", "2024-01-09"),
                                       day("TA", "2024-01-10"), day("TB", "2024-01-11"),
-                                      day("TB", "2024-01-12")}),
+                                      day("TB", "2024-01-12", 240, "am")}),
             dayRows("TASK_DAY_OF_YEAR"));
   EXPECT_EQ(std::vector<std::string>{}, dayRows("LEVEL_TASK_DAY_OF_YEAR"));
 
@@ -550,7 +562,7 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
             {{"ESTIMATED_PLANNED_START", kNull}, {"ESTIMATED_PLANNED_FINISH", kNull},
              {"ESTIMATED_SCHED_START", kNull}, {"ESTIMATED_SCHED_FINISH", kNull},
              {"LEVEL_PLANNED_START", at8("2024-01-08")},
-             {"LEVEL_PLANNED_FINISH", at17("2024-01-12")}});
+             {"LEVEL_PLANNED_FINISH", at12("2024-01-12")}});
 
   auto copiedItem = [](const std::string& start, const std::string& finish,
                        const std::string& plannedStart, const std::string& plannedFinish,
@@ -564,8 +576,8 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
             {"CONSTRAINT_TYPE", "0"},      {"ROLLUP_BITS", "33554432"},
             {"LEVEL_CONFLICT", kNull}};
   };
-  Row p1 = copiedItem(at8("2024-01-08"), at17("2024-01-12"), at8("2024-01-08"),
-                      at17("2024-01-12"), 2880);
+  Row p1 = copiedItem(at8("2024-01-08"), at12("2024-01-12"), at8("2024-01-08"),
+                      at12("2024-01-12"), 2640);
   p1["START_FINISH_DATE"] = "2024-01-08";
   p1["FINISH_START_DATE"] = "2024-01-12";
   p1["PRIORITY"] = "500";
@@ -575,8 +587,8 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
             copiedItem(at8("2024-01-08"), at17("2024-01-10"), at8("2024-01-08"),
                        at17("2024-01-10"), 1440));
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
-            copiedItem(at8("2024-01-11"), at17("2024-01-12"), at8("2024-01-11"),
-                       at17("2024-01-12"), 960));
+            copiedItem(at8("2024-01-11"), at12("2024-01-12"), at8("2024-01-11"),
+                       at12("2024-01-12"), 720));
   Row tc = copiedItem(at8("2024-01-11"), at17("2024-01-11"), at8("2024-01-08"),
                       at17("2024-01-08"), 480);
   tc["CONSTRAINT_TYPE"] = "7";  // the levelled constraint, the item's own
@@ -585,7 +597,7 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
   expectRow("KOR_WBS", "ELEMENT_ID='TC'", tc);
 
   EXPECT_EQ("TA LEVELLED 2 2024-01-01 1440 | TA OTHER 2 2024-01-01 5 | "
-            "TB LEVELLED 2 2024-01-01 960",
+            "TB LEVELLED 2 2024-01-01 720",
             budgetRows());
 
   // A second copy finds nothing new and changes nothing.
@@ -602,7 +614,7 @@ TEST_F(LevellingColumns, CopyMovesTheLevelledValuesIntoThePlan) {
 // is reserved for the scenario (LEVEL_LOCK 10) and its record lock kept
 // ('L': only projects whose levelling lock is 0 are released); the
 // scenario gets the project's levelled days; the levelled figures are
-// written as budget type 18 (planned mode): TA 1440, TB 960 in January.
+// written as budget type 18 (planned mode): TA 1440, TB 720 in January.
 // Then the copy of the scenario (kind 6): as kind 2, and the project item
 // takes the scenario's priority (700).
 TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
@@ -622,32 +634,33 @@ TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
   // the network of a what-if run and is ordered first: every index is one
   // more than in the levelling run.
   expectRow("KOR_WBS", "ELEMENT_ID='P1'",
-            levelledItem(at8("2024-01-08"), at17("2024-01-12"), 2400, 0, 1));
+            levelledItem(at8("2024-01-08"), at12("2024-01-12"), 2160, 0, 1));
   expectRow("KOR_WBS", "ELEMENT_ID='TA'",
             levelledItem(at8("2024-01-08"), at17("2024-01-10"), 1440, 0, 2));
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
-            levelledItem(at8("2024-01-11"), at17("2024-01-12"), 960, 0, 3));
+            levelledItem(at8("2024-01-11"), at12("2024-01-12"), 720, 0, 3));
   expectRow("KOR_WBS", "ELEMENT_ID='TC'",
             constrainedTc(levelledItem(at8("2024-01-11"), at17("2024-01-11"), 480, 0, 4)));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TA'",
             levelledAssignment(at8("2024-01-08"), at17("2024-01-10"), 1440, "2024-01-08;480*3"));
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            levelledAssignment(at8("2024-01-11"), at17("2024-01-12"), 960, "2024-01-11;480*2"));
+            levelledAssignment(at8("2024-01-11"), at12("2024-01-12"), 720, "2024-01-11;480,240"));
   EXPECT_EQ((std::vector<std::string>{day("TA", "2024-01-08"), day("TA", "2024-01-09"),
                                       day("TA", "2024-01-10"), day("TB", "2024-01-11"),
-                                      day("TB", "2024-01-12")}),
+                                      day("TB", "2024-01-12", 240, "am")}),
             dayRows("LEVEL_TASK_DAY_OF_YEAR"));
   expectRow("PROJECT_DETAILS", "PROJECT_ID='P1'",
             {{"LEVEL_MOVE_PROJ", "1"}, {"LEVEL_START_FINISH_DATE", "2024-01-08 00:00:00.000000"}});
   expectRow("PROJECT_ASSIGNMENTS", "PROJECT_ID='P1' AND RESOURCE_ID='R1'",
             {{"LEVEL_PLANNED_START", at8("2024-01-08")},
-             {"LEVEL_PLANNED_FINISH", at17("2024-01-12")},
+             {"LEVEL_PLANNED_FINISH", at12("2024-01-12")},
              {"LEVEL_SCHED_START", kNull},
              {"LEVEL_SCHED_FINISH", kNull}});
   EXPECT_EQ("TA LEVELLED 2 2024-01-01 999 | TA LEVELLED 18 2024-01-01 1440 | "
-            "TA OTHER 2 2024-01-01 5 | TB LEVELLED 18 2024-01-01 960",
+            "TA OTHER 2 2024-01-01 5 | TB LEVELLED 18 2024-01-01 720",
             budgetRows());
 
+  EXPECT_EQ("10/L", lockMarks());
   EXPECT_EQ(0, run(6)) << log();
   EXPECT_EQ("[Finished] What-if? Scenario: Copying Calculated Results for Scenario 'P1'",
             subject());
@@ -657,13 +670,13 @@ TEST_F(LevellingColumns, WhatIfLevellingThenCopy) {
   // releases record locks only of projects at 0.
   expectRunRecorded(6, 2, 10, "L", kCopyLeft);
   expectRow("KOR_WBS", "ELEMENT_ID='P1'",
-            {{"PRIORITY", "700"}, {"LEVEL_STATE", "2"}, {"PLANNED_FINISH", at17("2024-01-12")}});
+            {{"PRIORITY", "700"}, {"LEVEL_STATE", "2"}, {"PLANNED_FINISH", at12("2024-01-12")}});
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            {{"PLANNED_START", at8("2024-01-11")}, {"PLANNED_FINISH", at17("2024-01-12")},
+            {{"PLANNED_START", at8("2024-01-11")}, {"PLANNED_FINISH", at12("2024-01-12")},
              {"LEVEL_START", kNull}, {"CONSIDER", "6"}});
   EXPECT_EQ(std::vector<std::string>{}, dayRows("LEVEL_TASK_DAY_OF_YEAR"));
   EXPECT_EQ("TA LEVELLED 2 2024-01-01 1440 | TA OTHER 2 2024-01-01 5 | "
-            "TB LEVELLED 2 2024-01-01 960",
+            "TB LEVELLED 2 2024-01-01 720",
             budgetRows());
 }
 
@@ -699,19 +712,23 @@ TEST_F(LevellingColumns, CopyOfAProjectWithoutItsItemReturns200143) {
                                "The list of Projects is created.",
                                "WBS is copied to temporary table. "})));
   EXPECT_EQ("1/L", lockMarks());
+  expectRow("PROJECT_DETAILS", "PROJECT_ID='P1'",
+            {{"LEVEL_LAST_CALL_OPTION", "2"}, {"CALCULATE_FLAG", "2"}, {"SCENARIO_USER_ID", "U1"},
+             {"SCENARIO_DATETIME", kNow}});
+  expectRow("KOR_WBS", "ELEMENT_ID='P1S'", {{"REC_STATUS", "L"}, {"REC_USER", "U1"}});
   EXPECT_EQ(1, count("SELECT LEVEL_LOCK FROM PROJECT_DETAILS WHERE PROJECT_ID='GHOST'"));
   EXPECT_EQ(2, count("SELECT COUNT(*) FROM NAV_TMP_PROJECTS_00"));
   // Nothing copied: the level data is still there, the plan unchanged.
   expectRow("KOR_WBS", "ELEMENT_ID='TB'",
             {{"LEVEL_STATE", "1"}, {"PLANNED_START", at8("2024-01-08")}});
   expectRow("TASK_ASSIGNMENTS", "TSK_ASSIGNMENT_ID='A_TB'",
-            levelledAssignment(at8("2024-01-11"), at17("2024-01-12"), 960, "2024-01-11;480*2"));
+            levelledAssignment(at8("2024-01-11"), at12("2024-01-12"), 720, "2024-01-11;480,240"));
   EXPECT_EQ(5u, dayRows("LEVEL_TASK_DAY_OF_YEAR").size());
   EXPECT_EQ((std::vector<std::string>{plannedDay("TA", "2024-01-08"),
                                       plannedDay("TA", "2024-01-09"),
                                       plannedDay("TA", "2024-01-10"),
                                       plannedDay("TB", "2024-01-08"),
-                                      plannedDay("TB", "2024-01-09")}),
+                                      plannedDay("TB", "2024-01-09", 240)}),
             dayRows("TASK_DAY_OF_YEAR"));
   EXPECT_EQ("TA LEVELLED 2 2024-01-01 999 | TA OTHER 2 2024-01-01 5", budgetRows());
 }
