@@ -263,8 +263,7 @@ int conflicts(RunState& run, FILE* file) {
   run._wneverLine = kLineConflicts;
   const int rc = doUpdateConflictListDB(run, file);
   if (rc != 0) return calledUnitFailed(run, rc, file);
-  sendProgress(run, "The list of scheduling conflicts is updated. ", file);
-  return 0;
+  return 0;  // doUpdateConflictListDB sends the progress message itself
 }
 
 int levelIndexOfFinished(RunState& run, FILE* file) {
