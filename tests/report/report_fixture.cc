@@ -98,6 +98,21 @@ std::vector<Tag> withClass(const std::vector<Tag>& tags, const std::string& cls,
   return out;
 }
 
+std::vector<Tag> dropLegend(const std::string& html, const std::vector<Tag>& tags) {
+  std::size_t from = std::string::npos, to = std::string::npos;
+  for (const Tag& t : tags) {
+    if (t.name == "svg" && t.hasClass("legend")) {
+      from = t.offset;
+      to = html.find("</svg>", from);
+    }
+  }
+  std::vector<Tag> out;
+  for (const Tag& t : tags) {
+    if (from == std::string::npos || t.offset < from || t.offset > to) out.push_back(t);
+  }
+  return out;
+}
+
 std::string readFile(const std::string& path) {
   std::string out;
   if (FILE* f = std::fopen(path.c_str(), "rb")) {

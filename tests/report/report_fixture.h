@@ -47,6 +47,10 @@ std::vector<Tag> scanTags(const std::string& html);
 std::vector<Tag> withClass(const std::vector<Tag>& tags, const std::string& cls,
                            const std::string& name = "");
 
+// The tags outside the legend (whose samples carry the classes of the
+// marks they explain).
+std::vector<Tag> dropLegend(const std::string& html, const std::vector<Tag>& tags);
+
 std::string readFile(const std::string& path);
 // A new temporary path (the file is created empty) ending in `suffix`.
 std::string tempPath(const std::string& stem, const std::string& suffix);
