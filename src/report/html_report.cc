@@ -86,12 +86,23 @@ std::string esc(const std::string& s) {
   out.reserve(s.size());
   for (char c : s) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
-      default: out += c;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      case '\'':
+        out += "&#39;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;
@@ -115,12 +126,18 @@ double secondsOf(const std::string& t) {
 const char* runKindName(int option) {
   switch (option) {
     case 0:
-    case 1: return "levelling";
-    case 2: return "copy of levelled results into the plan";
-    case 3: return "calculation (no levelling)";
-    case 4: return "what-if levelling";
-    case 6: return "copy of a what-if scenario's results";
-    default: return "unknown";
+    case 1:
+      return "levelling";
+    case 2:
+      return "copy of levelled results into the plan";
+    case 3:
+      return "calculation (no levelling)";
+    case 4:
+      return "what-if levelling";
+    case 6:
+      return "copy of a what-if scenario's results";
+    default:
+      return "unknown";
   }
 }
 
@@ -129,9 +146,9 @@ struct Layout {
   int depth = 0;
   int maxDepth = 0;
   bool automatic = true;
-  std::vector<int> rows;       // item indexes shown, in order
-  std::vector<int> rowOf;      // item index -> its row (folded items: their container's)
-  std::vector<int> hidden;     // item index -> items folded into it
+  std::vector<int> rows;    // item indexes shown, in order
+  std::vector<int> rowOf;   // item index -> its row (folded items: their container's)
+  std::vector<int> hidden;  // item index -> items folded into it
 };
 
 int countUpTo(const ReportData& d, int depth) {
@@ -204,7 +221,9 @@ class Page {
     return std::clamp(x, lo, std::round(hi * 100.0) / 100.0);
   }
   double rowTop(int row) const { return kHeaderHeight + kRowHeight * row; }
-  double chartHeight() const { return kHeaderHeight + kRowHeight * static_cast<double>(l_.rows.size()) + 8; }
+  double chartHeight() const {
+    return kHeaderHeight + kRowHeight * static_cast<double>(l_.rows.size()) + 8;
+  }
 
   void style();
   void summary();
@@ -234,14 +253,18 @@ void Page::style() {
       ":root{--ink:#1f2933;--muted:#6b7785;--line:#d9dee4;--planned:#c3ccd8;--task:#3b7dd8;"
       "--critical:#d64541;--summary:#2f3b4c;--milestone:#7b3fa0;--conflict:#f0a500;"
       "--finished:#7fa88a;--off:#eef1f4;--outside:#a7b1bc;--actual:#5c9e6e;--over:#e8590c}\n"
-      "body{font-family:system-ui,-apple-system,'Segoe UI',Roboto,'Helvetica Neue',Arial,sans-serif;"
+      "body{font-family:system-ui,-apple-system,'Segoe UI',Roboto,'Helvetica "
+      "Neue',Arial,sans-serif;"
       "color:var(--ink);margin:24px 32px;background:#fafbfc}\n"
-      "h1{font-size:22px;margin:0 0 4px}h2{font-size:17px;margin:28px 0 8px;border-bottom:1px solid "
+      "h1{font-size:22px;margin:0 0 4px}h2{font-size:17px;margin:28px 0 8px;border-bottom:1px "
+      "solid "
       "var(--line);padding-bottom:4px}\n"
-      ".sub{color:var(--muted);margin:0 0 16px}.note{color:var(--muted);font-size:13px;margin:4px 0 10px}\n"
+      ".sub{color:var(--muted);margin:0 0 16px}.note{color:var(--muted);font-size:13px;margin:4px "
+      "0 10px}\n"
       ".cards{display:flex;flex-wrap:wrap;gap:10px;margin:8px 0 12px}\n"
       ".card{background:#fff;border:1px solid var(--line);border-radius:6px;padding:8px 14px;"
-      "min-width:110px}.card b{display:block;font-size:20px}.card span{color:var(--muted);font-size:12px}\n"
+      "min-width:110px}.card b{display:block;font-size:20px}.card "
+      "span{color:var(--muted);font-size:12px}\n"
       ".status{display:inline-block;padding:2px 10px;border-radius:10px;font-weight:600;"
       "font-size:13px}.status.ok{background:#dff3e4;color:#1d6b34}.status.bad{background:#fde2e1;"
       "color:#a61b1b}.status.none{background:#eceff3;color:#4a5561}\n"
@@ -250,14 +273,16 @@ void Page::style() {
       "table.facts th{width:190px;font-weight:500;color:var(--muted)}td.num{text-align:right;"
       "font-variant-numeric:tabular-nums}\n"
       ".scroll{overflow-x:auto;background:#fff;border:1px solid var(--line);border-radius:6px}\n"
-      "svg text{font-size:11px;fill:var(--ink)}svg .label{font-size:12px}svg .muted{fill:var(--muted)}\n"
+      "svg text{font-size:11px;fill:var(--ink)}svg .label{font-size:12px}svg "
+      ".muted{fill:var(--muted)}\n"
       ".bar-planned{fill:var(--planned)}.bar-levelled{fill:var(--task)}"
       ".bar-levelled.critical{fill:var(--critical)}.bar-levelled.finished{fill:var(--finished)}\n"
       ".bar-summary{fill:var(--summary)}.bar-summary.critical{fill:#8f2a27}"
       ".bar-summary.collapsed{fill:#56667a}\n"
       ".milestone{fill:var(--milestone)}.milestone.critical{fill:var(--critical)}\n"
       ".conflict{stroke:var(--conflict);stroke-width:2}.flag{fill:var(--conflict)}\n"
-      ".dep{fill:none;stroke:#8794a3;stroke-width:1}.dep.late{stroke:var(--conflict);"
+      ".dep{fill:none;stroke:#8794a3;stroke-width:1;stroke-opacity:.65}.dep.late{stroke:var(--"
+      "conflict);stroke-opacity:1;"
       "stroke-width:1.5}\n"
       ".nonworking{fill:var(--off)}.grid{stroke:#e3e7ec;stroke-width:1}.month{stroke:#b8c1cc}\n"
       ".zebra{fill:#f7f9fb}.load-levelled{fill:var(--task)}.load-outside{fill:var(--outside)}"
@@ -324,9 +349,11 @@ void Page::summary() {
     fact("Notification", "none found for this element or its projects");
   }
   if (run.hasDetails) {
-    fact("Run kind", esc(std::to_string(run.lastCallOption) + ": " + runKindName(run.lastCallOption)));
-    fact("Projects marked",
-         run.calculateFlag == 2 ? "levelled" : run.calculateFlag == 1 ? "calculated" : "not yet computed");
+    fact("Run kind",
+         esc(std::to_string(run.lastCallOption) + ": " + runKindName(run.lastCallOption)));
+    fact("Projects marked", run.calculateFlag == 2   ? "levelled"
+                            : run.calculateFlag == 1 ? "calculated"
+                                                     : "not yet computed");
     fact("Run by", esc(run.runUser) + (run.runAt.empty() ? "" : " at " + esc(run.runAt)));
   }
   fact("Locks", run.lockedProjects == 0 && run.lockedRows == 0
@@ -334,13 +361,11 @@ void Page::summary() {
                     : std::to_string(run.lockedProjects) + " project(s) with LEVEL_LOCK, " +
                           std::to_string(run.lockedRows) + " WBS row(s) still locked");
   fact("Projects", std::to_string(d_.projects.size()));
-  fact("Items",
-       std::to_string(projects) + " project items, " + std::to_string(containers) +
-           " containers, " + std::to_string(tasks) + " tasks, " + std::to_string(milestones) +
-           " milestones");
-  fact("Assignments",
-       std::to_string(run.levelledAssignments) + " of " + std::to_string(run.assignments) +
-           " with levelled dates");
+  fact("Items", std::to_string(projects) + " project items, " + std::to_string(containers) +
+                    " containers, " + std::to_string(tasks) + " tasks, " +
+                    std::to_string(milestones) + " milestones");
+  fact("Assignments", std::to_string(run.levelledAssignments) + " of " +
+                          std::to_string(run.assignments) + " with levelled dates");
   fact("Dependencies", std::to_string(d_.dependencies.size()) + " within the scope");
   fact("Conflict codes", std::to_string(conflicts_.size()));
   fact("Over-allocation rows", std::to_string(d_.overAllocations.size()));
@@ -383,31 +408,45 @@ void Page::legend() {
     const std::string k = e.key;
     appendf(out_, "<g class=\"legend-entry\" data-legend=\"%s\">", e.key);
     if (k == "planned") {
-      appendf(out_, "<rect class=\"bar-planned\" x=\"%d\" y=\"%d\" width=\"34\" height=\"6\"/>", x, y + 5);
+      appendf(out_, "<rect class=\"bar-planned\" x=\"%d\" y=\"%d\" width=\"34\" height=\"6\"/>", x,
+              y + 5);
     } else if (k == "levelled" || k == "critical" || k == "finished") {
-      appendf(out_, "<rect class=\"bar-levelled%s\" x=\"%d\" y=\"%d\" width=\"34\" height=\"10\" rx=\"2\"/>",
-              k == "levelled" ? "" : (" " + k).c_str(), x, y + 3);
+      appendf(
+          out_,
+          "<rect class=\"bar-levelled%s\" x=\"%d\" y=\"%d\" width=\"34\" height=\"10\" rx=\"2\"/>",
+          k == "levelled" ? "" : (" " + k).c_str(), x, y + 3);
     } else if (k == "summary" || k == "collapsed") {
       appendf(out_, "<path class=\"bar-summary%s\" d=\"M%d %d h34 v10 l-4 -4 h-26 l-4 4 z\"/>",
               k == "collapsed" ? " collapsed" : "", x, y + 2);
     } else if (k == "milestone") {
       appendf(out_, "<path class=\"milestone\" d=\"M%d %d l7 7 l-7 7 l-7 -7 z\"/>", x + 17, y + 1);
     } else if (k == "conflict") {
-      appendf(out_, "<rect class=\"bar-levelled conflict\" x=\"%d\" y=\"%d\" width=\"34\" height=\"10\" rx=\"2\"/>", x, y + 3);
+      appendf(out_,
+              "<rect class=\"bar-levelled conflict\" x=\"%d\" y=\"%d\" width=\"34\" height=\"10\" "
+              "rx=\"2\"/>",
+              x, y + 3);
     } else if (k == "dependency") {
-      appendf(out_, "<path class=\"dep\" d=\"M%d %d h14 v8 h16\" marker-end=\"url(#legend-arrow)\"/>", x, y + 3);
+      appendf(out_,
+              "<path class=\"dep\" d=\"M%d %d h14 v8 h16\" marker-end=\"url(#legend-arrow)\"/>", x,
+              y + 3);
     } else if (k == "nonworking") {
-      appendf(out_, "<rect class=\"nonworking\" x=\"%d\" y=\"%d\" width=\"34\" height=\"16\" stroke=\"#d9dee4\"/>", x, y);
+      appendf(out_,
+              "<rect class=\"nonworking\" x=\"%d\" y=\"%d\" width=\"34\" height=\"16\" "
+              "stroke=\"#d9dee4\"/>",
+              x, y);
     } else if (k == "capacity") {
       appendf(out_, "<path class=\"capacity\" d=\"M%d %d h34\"/>", x, y + 8);
     } else {
-      appendf(out_, "<rect class=\"%s\" x=\"%d\" y=\"%d\" width=\"34\" height=\"12\"/>", e.key, x, y + 2);
+      appendf(out_, "<rect class=\"%s\" x=\"%d\" y=\"%d\" width=\"34\" height=\"12\"/>", e.key, x,
+              y + 2);
     }
     appendf(out_, "<text x=\"%d\" y=\"%d\">%s</text></g>\n", x + 44, y + 12, e.label);
   }
   out_ +=
-      "<defs><marker id=\"legend-arrow\" viewBox=\"0 0 6 6\" refX=\"6\" refY=\"3\" markerWidth=\"6\" "
-      "markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0 L6 3 L0 6 z\" fill=\"#8794a3\"/></marker></defs>\n";
+      "<defs><marker id=\"legend-arrow\" viewBox=\"0 0 6 6\" refX=\"6\" refY=\"3\" "
+      "markerWidth=\"6\" "
+      "markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0 L6 3 L0 6 z\" "
+      "fill=\"#8794a3\"/></marker></defs>\n";
   out_ += "</svg>\n</section>\n";
 }
 
@@ -438,7 +477,8 @@ void Page::ganttHeader() {
     const double x = xOf(day, 0);
     if (dd == 1 || day == d_.axisFirst) {
       if (dd == 1) {
-        appendf(out_, "<line class=\"month\" x1=\"%.2f\" y1=\"4\" x2=\"%.2f\" y2=\"%.2f\"/>\n", x, x, h);
+        appendf(out_, "<line class=\"month\" x1=\"%.2f\" y1=\"4\" x2=\"%.2f\" y2=\"%.2f\"/>\n", x,
+                x, h);
       }
       if (x - lastLabelX > 60 && (dd <= 20 || day != d_.axisFirst)) {
         appendf(out_, "<text class=\"label\" x=\"%.2f\" y=\"14\">%s %d</text>\n", x + 3,
@@ -484,10 +524,13 @@ void Page::ganttRow(int row, const Item& it) {
   appendf(out_, "<title>%s (%s)</title></text>\n", esc(it.name).c_str(), esc(it.id).c_str());
 
   std::string tip = esc(it.name) + " (" + esc(it.id) + ")";
-  if (it.plannedStart.set) tip += "\nplanned " + esc(it.plannedStart.text) + " .. " + esc(it.plannedFinish.text);
-  if (it.levelStart.set) tip += "\nlevelled " + esc(it.levelStart.text) + " .. " + esc(it.levelFinish.text);
+  if (it.plannedStart.set)
+    tip += "\nplanned " + esc(it.plannedStart.text) + " .. " + esc(it.plannedFinish.text);
+  if (it.levelStart.set)
+    tip += "\nlevelled " + esc(it.levelStart.text) + " .. " + esc(it.levelFinish.text);
   if (it.hasSlack) tip += "\nslack " + std::to_string(it.slack) + " min";
-  for (const Conflict& c : parseConflicts(it.id, it.conflict)) tip += "\nconflict: " + esc(c.describe());
+  for (const Conflict& c : parseConflicts(it.id, it.conflict))
+    tip += "\nconflict: " + esc(c.describe());
   if (hidden > 0) tip += "\n" + std::to_string(hidden) + " items folded in";
 
   auto attrs = [&](const Stamp& a, const Stamp& b) {
@@ -504,8 +547,8 @@ void Page::ganttRow(int row, const Item& it) {
     const double x1 = xIn(it.plannedStart, clipped), x2 = xIn(it.plannedFinish, clipped);
     appendf(out_,
             "<rect class=\"bar-planned%s\"%s x=\"%.2f\" y=\"%.0f\" width=\"%.2f\" height=\"5\"/>\n",
-            clipped ? " clipped" : "", attrs(it.plannedStart, it.plannedFinish).c_str(), x1, top + 3,
-            std::max(0.0, x2 - x1));
+            clipped ? " clipped" : "", attrs(it.plannedStart, it.plannedFinish).c_str(), x1,
+            top + 3, std::max(0.0, x2 - x1));
   }
   if (!it.levelStart.set || !it.levelFinish.set) {
     appendf(out_, "<text class=\"muted\" x=\"%.2f\" y=\"%.0f\">not levelled</text>\n", kX0 + 4,
@@ -519,7 +562,8 @@ void Page::ganttRow(int row, const Item& it) {
   const std::string a = attrs(it.levelStart, it.levelFinish);
   if (it.milestone()) {
     appendf(out_,
-            "<path class=\"milestone%s%s\"%s d=\"M%.2f %.0f l6 6 l-6 6 l-6 -6 z\"><title>%s</title></path>\n",
+            "<path class=\"milestone%s%s\"%s d=\"M%.2f %.0f l6 6 l-6 6 l-6 -6 "
+            "z\"><title>%s</title></path>\n",
             extra.c_str(), clip.c_str(), a.c_str(), x1, top + 8, tip.c_str());
   } else if (it.kind == ItemKind::kTask) {
     appendf(out_,
@@ -531,13 +575,14 @@ void Page::ganttRow(int row, const Item& it) {
     appendf(out_,
             "<path class=\"bar-summary%s%s\"%s data-x=\"%.2f\" data-width=\"%.2f\" d=\"M%.2f %.0f "
             "h%.2f v9 l-4 -4 h%.2f l-4 4 z\"><title>%s</title></path>\n",
-            extra.c_str(), clip.c_str(), a.c_str(), x1, w, x1, top + 9, w,
-            -std::max(0.0, w - 8.0), tip.c_str());
+            extra.c_str(), clip.c_str(), a.c_str(), x1, w, x1, top + 9, w, -std::max(0.0, w - 8.0),
+            tip.c_str());
   }
   if (!it.conflict.empty()) {
     appendf(out_,
             "<g class=\"flag\" data-item=\"%s\"><circle cx=\"%.2f\" cy=\"%.0f\" r=\"6\"/>"
-            "<text x=\"%.2f\" y=\"%.0f\" text-anchor=\"middle\" style=\"fill:#fff;font-weight:700\">!</text>"
+            "<text x=\"%.2f\" y=\"%.0f\" text-anchor=\"middle\" "
+            "style=\"fill:#fff;font-weight:700\">!</text>"
             "</g>\n",
             esc(it.id).c_str(), x2 + 12, top + 14, x2 + 12, top + 18);
   }
@@ -553,12 +598,14 @@ void Page::dependencies() {
   }
   for (const Dependency& dep : d_.dependencies) {
     const int pi = d_.index.at(dep.pred), si = d_.index.at(dep.succ);
-    const int pr = l_.rowOf[static_cast<std::size_t>(pi)], sr = l_.rowOf[static_cast<std::size_t>(si)];
+    const int pr = l_.rowOf[static_cast<std::size_t>(pi)],
+              sr = l_.rowOf[static_cast<std::size_t>(si)];
     if (pr < 0 || sr < 0 || pr == sr) continue;
     if (!drawn.emplace(pr, sr, dep.depType).second) continue;
     const Item& p = d_.items[static_cast<std::size_t>(l_.rows[static_cast<std::size_t>(pr)])];
     const Item& s = d_.items[static_cast<std::size_t>(l_.rows[static_cast<std::size_t>(sr)])];
-    if (!p.levelStart.set || !p.levelFinish.set || !s.levelStart.set || !s.levelFinish.set) continue;
+    if (!p.levelStart.set || !p.levelFinish.set || !s.levelStart.set || !s.levelFinish.set)
+      continue;
     const bool fromStart = dep.depType == 1 || dep.depType == 3;
     const bool toFinish = dep.depType == 2 || dep.depType == 3;
     bool clipped = false;
@@ -567,11 +614,12 @@ void Page::dependencies() {
     const double y1 = rowTop(pr) + 14, y2 = rowTop(sr) + 14;
     const double out = fromStart ? -6 : 6;
     const double in = toFinish ? 6 : -6;
-    appendf(out_,
-            "<path class=\"dep%s\" data-pred=\"%s\" data-succ=\"%s\" data-type=\"%d\" d=\"M%.2f %.0f "
-            "h%.0f V%.0f H%.2f H%.2f\" marker-end=\"url(#arrow)\"/>\n",
-            late.count({dep.pred, dep.succ}) ? " late" : "", esc(dep.pred).c_str(),
-            esc(dep.succ).c_str(), dep.depType, x1, y1, out, y2, x2 + in, x2);
+    appendf(
+        out_,
+        "<path class=\"dep%s\" data-pred=\"%s\" data-succ=\"%s\" data-type=\"%d\" d=\"M%.2f %.0f "
+        "h%.0f V%.0f H%.2f H%.2f\" marker-end=\"url(#arrow)\"/>\n",
+        late.count({dep.pred, dep.succ}) ? " late" : "", esc(dep.pred).c_str(),
+        esc(dep.succ).c_str(), dep.depType, x1, y1, out, y2, x2 + in, x2);
   }
 }
 
@@ -581,17 +629,19 @@ void Page::gantt() {
   out_ += "<section id=\"gantt\"><h2>Schedule</h2>\n";
   if (shown == total) {
     appendf(out_,
-            "<p class=\"note\" data-collapse-depth=\"%d\">All %d items are shown. Each row: the planned "
+            "<p class=\"note\" data-collapse-depth=\"%d\">All %d items are shown. Each row: the "
+            "planned "
             "dates as a thin bar, the levelled dates below it.</p>\n",
             l_.depth, total);
   } else {
-    appendf(out_,
-            "<p class=\"note\" data-collapse-depth=\"%d\">%d of %d items are shown: rows below depth "
-            "%d (0 = a root project) are folded into their container, whose bar spans them "
-            "(marked &#9656; and the number folded in). %s</p>\n",
-            l_.depth, shown, total, l_.depth,
-            l_.automatic ? "The depth was chosen as the deepest that keeps at most 400 rows."
-                         : "The depth was chosen by the caller.");
+    appendf(
+        out_,
+        "<p class=\"note\" data-collapse-depth=\"%d\">%d of %d items are shown: rows below depth "
+        "%d (0 = a root project) are folded into their container, whose bar spans them "
+        "(marked &#9656; and the number folded in). %s</p>\n",
+        l_.depth, shown, total, l_.depth,
+        l_.automatic ? "The depth was chosen as the deepest that keeps at most 400 rows."
+                     : "The depth was chosen by the caller.");
   }
   const double h = chartHeight();
   appendf(out_,
@@ -601,14 +651,17 @@ void Page::gantt() {
           kX0 + width_ + 40, h, dayText(d_.axisFirst).c_str(), days_, kX0, ppd_, shown, l_.depth);
   out_ +=
       "<defs><marker id=\"arrow\" viewBox=\"0 0 6 6\" refX=\"6\" refY=\"3\" markerWidth=\"6\" "
-      "markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0 L6 3 L0 6 z\" fill=\"#8794a3\"/></marker></defs>\n";
+      "markerHeight=\"6\" orient=\"auto\"><path d=\"M0 0 L6 3 L0 6 z\" "
+      "fill=\"#8794a3\"/></marker></defs>\n";
   for (int r = 1; r < shown; r += 2) {
     appendf(out_, "<rect class=\"zebra\" x=\"0\" y=\"%.0f\" width=\"%.0f\" height=\"%d\"/>\n",
             rowTop(r), kX0 + width_, kRowHeight);
   }
   ganttHeader();
-  appendf(out_, "<line class=\"month\" x1=\"%.2f\" y1=\"0\" x2=\"%.2f\" y2=\"%.0f\"/>\n", kX0, kX0, h);
-  for (int r = 0; r < shown; ++r) ganttRow(r, d_.items[static_cast<std::size_t>(l_.rows[static_cast<std::size_t>(r)])]);
+  appendf(out_, "<line class=\"month\" x1=\"%.2f\" y1=\"0\" x2=\"%.2f\" y2=\"%.0f\"/>\n", kX0, kX0,
+          h);
+  for (int r = 0; r < shown; ++r)
+    ganttRow(r, d_.items[static_cast<std::size_t>(l_.rows[static_cast<std::size_t>(r)])]);
   dependencies();
   out_ += "</svg></div>\n</section>\n";
 }
@@ -625,12 +678,13 @@ void Page::histogram(const ResourceLoad& r) {
   if (peak <= 0) peak = 480;
   const double scale = static_cast<double>(kHistogramHeight) / peak;
   const double base = kHistogramTop + kHistogramHeight;
-  appendf(out_,
-          "<div class=\"resource\"><svg class=\"histogram\" data-resource=\"%s\" data-over-days=\"%d\" "
-          "data-x0=\"%.2f\" data-px-per-day=\"%.6f\" data-axis-first=\"%s\" data-peak=\"%d\" "
-          "width=\"%.0f\" height=\"%.0f\" role=\"img\">\n",
-          esc(r.id).c_str(), overDays, kX0, ppd_, dayText(d_.axisFirst).c_str(), peak,
-          kX0 + width_ + 40, base + 14);
+  appendf(
+      out_,
+      "<div class=\"resource\"><svg class=\"histogram\" data-resource=\"%s\" data-over-days=\"%d\" "
+      "data-x0=\"%.2f\" data-px-per-day=\"%.6f\" data-axis-first=\"%s\" data-peak=\"%d\" "
+      "width=\"%.0f\" height=\"%.0f\" role=\"img\">\n",
+      esc(r.id).c_str(), overDays, kX0, ppd_, dayText(d_.axisFirst).c_str(), peak,
+      kX0 + width_ + 40, base + 14);
   appendf(out_, "<rect x=\"%.2f\" y=\"%d\" width=\"%.2f\" height=\"%d\" fill=\"#fbfcfd\"/>\n", kX0,
           kHistogramTop, width_, kHistogramHeight);
   appendf(out_, "<text class=\"label\" x=\"8\" y=\"%d\">%s</text>\n", kHistogramTop + 14,
@@ -639,7 +693,9 @@ void Page::histogram(const ResourceLoad& r) {
           "<text class=\"muted\" x=\"8\" y=\"%d\">%s &#183; %d%% units &#183; peak %d min</text>\n",
           kHistogramTop + 30, esc(r.id).c_str(), r.maxUnits / 100, peak);
   if (overDays > 0) {
-    appendf(out_, "<text x=\"8\" y=\"%d\" style=\"fill:#e8590c;font-weight:600\">%d day(s) over capacity</text>\n",
+    appendf(out_,
+            "<text x=\"8\" y=\"%d\" style=\"fill:#e8590c;font-weight:600\">%d day(s) over "
+            "capacity</text>\n",
             kHistogramTop + 46, overDays);
   }
   const double barW = std::max(1.0, ppd_ - (ppd_ >= 6 ? 2 : 0));
@@ -690,11 +746,12 @@ void Page::histogram(const ResourceLoad& r) {
 
 void Page::histograms() {
   out_ += "<section id=\"load\"><h2>Resource load</h2>\n";
-  appendf(out_,
-          "<p class=\"note\">Minutes per day on the axis above: the run's placements, the actual work "
-          "already reported and the work booked outside the run, against the day's capacity "
-          "(units &#215; the working minutes of the resource's calendar). %zu resource(s).</p>\n",
-          d_.resources.size());
+  appendf(
+      out_,
+      "<p class=\"note\">Minutes per day on the axis above: the run's placements, the actual work "
+      "already reported and the work booked outside the run, against the day's capacity "
+      "(units &#215; the working minutes of the resource's calendar). %zu resource(s).</p>\n",
+      d_.resources.size());
   if (d_.resources.empty()) out_ += "<p>No resource is assigned in this scope.</p>\n";
   out_ += "<div class=\"scroll\">\n";
   for (const ResourceLoad& r : d_.resources) histogram(r);
@@ -704,10 +761,13 @@ void Page::histograms() {
 void Page::conflictTable() {
   out_ += "<section id=\"conflicts\"><h2>Conflicts</h2>\n";
   if (conflicts_.empty()) {
-    out_ += "<p>No conflict was recorded: every dependency and constraint is kept.</p>\n</section>\n";
+    out_ +=
+        "<p>No conflict was recorded: every dependency and constraint is kept.</p>\n</section>\n";
     return;
   }
-  out_ += "<table class=\"conflicts\"><tr><th>Item</th><th>Name</th><th>Code</th><th>Conflict</th></tr>\n";
+  out_ +=
+      "<table "
+      "class=\"conflicts\"><tr><th>Item</th><th>Name</th><th>Code</th><th>Conflict</th></tr>\n";
   for (std::size_t i = 0; i < conflicts_.size() && i < kMaxTableRows; ++i) {
     const Conflict& c = conflicts_[i];
     const Item& it = d_.items[static_cast<std::size_t>(d_.index.at(c.item))];
@@ -733,23 +793,26 @@ void Page::overAllocationTable() {
       "<th>Capacity (min)</th><th>Over by</th><th>Assignment</th><th>Task</th></tr>\n";
   for (std::size_t i = 0; i < d_.overAllocations.size() && i < kMaxTableRows; ++i) {
     const OverAllocation& o = d_.overAllocations[i];
-    appendf(out_,
-            "<tr data-resource=\"%s\" data-day=\"%s\"><td>%s</td><td>%s</td><td class=\"num\">%d</td>"
-            "<td class=\"num\">%d</td><td class=\"num\">%d</td><td>%s</td><td>%s</td></tr>\n",
-            esc(o.resource).c_str(), esc(o.day).c_str(), esc(o.resource).c_str(), esc(o.day).c_str(),
-            o.load, o.capacity, o.load - o.capacity, esc(o.assignment).c_str(), esc(o.task).c_str());
+    appendf(
+        out_,
+        "<tr data-resource=\"%s\" data-day=\"%s\"><td>%s</td><td>%s</td><td class=\"num\">%d</td>"
+        "<td class=\"num\">%d</td><td class=\"num\">%d</td><td>%s</td><td>%s</td></tr>\n",
+        esc(o.resource).c_str(), esc(o.day).c_str(), esc(o.resource).c_str(), esc(o.day).c_str(),
+        o.load, o.capacity, o.load - o.capacity, esc(o.assignment).c_str(), esc(o.task).c_str());
   }
   out_ += "</table>\n";
   if (d_.overAllocations.size() > kMaxTableRows) {
-    appendf(out_, "<p class=\"note\">and %zu more.</p>\n", d_.overAllocations.size() - kMaxTableRows);
+    appendf(out_, "<p class=\"note\">and %zu more.</p>\n",
+            d_.overAllocations.size() - kMaxTableRows);
   }
   out_ += "</section>\n";
 }
 
 void Page::messages() {
   if (!d_.run.hasNotification) return;
-  out_ += "<section id=\"messages\"><h2>Run messages</h2>\n<details><summary>The notification's "
-          "text, newest step first</summary><pre>";
+  out_ +=
+      "<section id=\"messages\"><h2>Run messages</h2>\n<details><summary>The notification's "
+      "text, newest step first</summary><pre>";
   out_ += esc(d_.run.description);
   out_ += "</pre></details>\n</section>\n";
 }
@@ -757,7 +820,8 @@ void Page::messages() {
 std::string Page::render() {
   out_.reserve(64 * 1024 + d_.items.size() * 900);
   out_ += "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
-  appendf(out_, "<title>Levelling report: %s</title>\n", esc(d_.elementName.empty() ? d_.elementId : d_.elementName).c_str());
+  appendf(out_, "<title>Levelling report: %s</title>\n",
+          esc(d_.elementName.empty() ? d_.elementId : d_.elementName).c_str());
   style();
   out_ += "</head>\n<body>\n<header>\n";
   appendf(out_, "<h1>Levelling report: %s</h1>\n",

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <tuple>
 
@@ -75,9 +74,6 @@ constexpr const char* kSelectCalendarDays =
 constexpr int kMaxAxisDays = 4000;
 constexpr int kStandardDayMinutes = 480;
 
-std::string text(const db::VarChar<33>& v, int16_t ind) {
-  return ind < 0 ? std::string() : std::string(v.view());
-}
 template <std::size_t N>
 std::string textOf(const db::VarChar<N>& v, int16_t ind) {
   return ind < 0 ? std::string() : std::string(v.view());
@@ -194,17 +190,18 @@ int Reader::items() {
     auto conflict = std::make_unique<db::VarChar<4097>>();
     std::array<int16_t, 20> ind{};
     int32_t rc;
-    while ((rc = c.fetch({{id, &ind[0]}, {pid, &ind[1]}, {parent, &ind[2]}, {name, &ind[3]},
-                          {rank, &ind[4]}, {code, &ind[5]}, {type, &ind[6]}, {ps, &ind[7]},
-                          {pf, &ind[8]}, {us, &ind[9]}, {uf, &ind[10]}, {ls, &ind[11]},
-                          {lf, &ind[12]}, {as, &ind[13]}, {af, &ind[14]}, {slack, &ind[15]},
-                          {duration, &ind[16]}, {effort, &ind[17]}, {index, &ind[18]},
-                          {*conflict, &ind[19]}})) == 0) {
+    while ((rc = c.fetch({{id, &ind[0]},     {pid, &ind[1]},       {parent, &ind[2]},
+                          {name, &ind[3]},   {rank, &ind[4]},      {code, &ind[5]},
+                          {type, &ind[6]},   {ps, &ind[7]},        {pf, &ind[8]},
+                          {us, &ind[9]},     {uf, &ind[10]},       {ls, &ind[11]},
+                          {lf, &ind[12]},    {as, &ind[13]},       {af, &ind[14]},
+                          {slack, &ind[15]}, {duration, &ind[16]}, {effort, &ind[17]},
+                          {index, &ind[18]}, {*conflict, &ind[19]}})) == 0) {
       if (ind[0] < 0 || !seen.insert(std::string(id.view())).second) continue;
       Item it;
       it.id = std::string(id.view());
-      it.projectId = text(pid, ind[1]);
-      it.parentId = text(parent, ind[2]);
+      it.projectId = textOf(pid, ind[1]);
+      it.parentId = textOf(parent, ind[2]);
       it.name = textOf(name, ind[3]);
       if (it.name.empty()) it.name = it.id;
       it.rank = textOf(rank, ind[4]);
@@ -293,12 +290,16 @@ int Reader::dependencies() {
   std::set<std::tuple<std::string, std::string, int>> seen;
   for (const std::string& project : d_.projects) {
     db::Cursor c(store_);
-    if (c.open(kSelectDependencies, {project}) < 0) return failed(store_, "the dependencies", error_);
+    if (c.open(kSelectDependencies, {project}) < 0)
+      return failed(store_, "the dependencies", error_);
     db::IdText pred, succ;
     int32_t type = 0, leadOrLag = 0, amount = 0;
     int16_t ind[5] = {0, 0, 0, 0, 0};
     int32_t rc;
-    while ((rc = c.fetch({{pred, &ind[0]}, {succ, &ind[1]}, {type, &ind[2]}, {leadOrLag, &ind[3]},
+    while ((rc = c.fetch({{pred, &ind[0]},
+                          {succ, &ind[1]},
+                          {type, &ind[2]},
+                          {leadOrLag, &ind[3]},
                           {amount, &ind[4]}})) == 0) {
       if (ind[0] < 0 || ind[1] < 0) continue;
       Dependency dep;
@@ -340,7 +341,8 @@ int Reader::resources() {
     }
     {
       int32_t all = 0, levelled = 0;
-      if (store_.selectInto(kCountAssignments, {project}, {{all, &ind[0]}, {levelled, &ind[1]}}) < 0)
+      if (store_.selectInto(kCountAssignments, {project}, {{all, &ind[0]}, {levelled, &ind[1]}}) <
+          0)
         return failed(store_, "the assignments", error_);
       d_.run.assignments += all;
       d_.run.levelledAssignments += levelled;
@@ -363,21 +365,24 @@ int Reader::resources() {
     int32_t units = 0;
     db::IdText cal;
     int16_t ind[5] = {0, 0, 0, 0, 0};
-    const int32_t rc =
-        store_.selectInto(kSelectResource, {id}, {{name, &ind[0]}, {units, &ind[1]}, {cal, &ind[2]}});
+    const int32_t rc = store_.selectInto(kSelectResource, {id},
+                                         {{name, &ind[0]}, {units, &ind[1]}, {cal, &ind[2]}});
     if (rc < 0) return failed(store_, "the resources", error_);
     r.name = rc == 0 ? textOf(name, ind[0]) : std::string();
     if (r.name.empty()) r.name = id;
     r.maxUnits = (rc == 0 && ind[1] >= 0) ? units : 10000;
-    r.calendarId = (rc == 0 && ind[2] >= 0 && cal.len > 0) ? std::string(cal.view())
-                                                           : resourceProject_[id];
+    r.calendarId =
+        (rc == 0 && ind[2] >= 0 && cal.len > 0) ? std::string(cal.view()) : resourceProject_[id];
     db::Cursor c(store_);
     if (c.open(kSelectResourceDays, {id}) < 0) return failed(store_, "the day work", error_);
     db::IdText project;
     db::IdText day;
     int32_t sched = 0, actual = 0, flag = 0;
     int32_t frc;
-    while ((frc = c.fetch({{project, &ind[0]}, {day, &ind[1]}, {sched, &ind[2]}, {actual, &ind[3]},
+    while ((frc = c.fetch({{project, &ind[0]},
+                           {day, &ind[1]},
+                           {sched, &ind[2]},
+                           {actual, &ind[3]},
                            {flag, &ind[4]}})) == 0) {
       if (ind[0] >= 0 && inScope_.count(std::string(project.view()))) continue;
       const int d = dayOf(textOf(day, ind[1]));
@@ -400,15 +405,19 @@ int Reader::overAllocations() {
     int32_t load = 0, capacity = 0;
     int16_t ind[6] = {0, 0, 0, 0, 0, 0};
     int32_t rc;
-    while ((rc = c.fetch({{res, &ind[0]}, {day, &ind[1]}, {load, &ind[2]}, {capacity, &ind[3]},
-                          {assignment, &ind[4]}, {task, &ind[5]}})) == 0) {
+    while ((rc = c.fetch({{res, &ind[0]},
+                          {day, &ind[1]},
+                          {load, &ind[2]},
+                          {capacity, &ind[3]},
+                          {assignment, &ind[4]},
+                          {task, &ind[5]}})) == 0) {
       OverAllocation o;
-      o.resource = text(res, ind[0]);
-      o.day = text(day, ind[1]);
+      o.resource = textOf(res, ind[0]);
+      o.day = textOf(day, ind[1]);
       o.load = ind[2] < 0 ? 0 : load;
       o.capacity = ind[3] < 0 ? 0 : capacity;
-      o.assignment = text(assignment, ind[4]);
-      o.task = text(task, ind[5]);
+      o.assignment = textOf(assignment, ind[4]);
+      o.task = textOf(task, ind[5]);
       o.project = project;
       d_.overAllocations.push_back(std::move(o));
     }
@@ -428,8 +437,10 @@ int Reader::runRecord() {
   for (const std::string& ref : refs) {
     int16_t ind[5] = {0, 0, 0, 0, 0};
     const int32_t rc = store_.selectInto(kSelectNotification, {ref},
-                                         {{*subject, &ind[0]}, {*description, &ind[1]},
-                                          {started, &ind[2]}, {last, &ind[3]},
+                                         {{*subject, &ind[0]},
+                                          {*description, &ind[1]},
+                                          {started, &ind[2]},
+                                          {last, &ind[3]},
                                           {requester, &ind[4]}});
     if (rc < 0) return failed(store_, "the run's notification", error_);
     if (rc != 0) continue;
@@ -440,7 +451,7 @@ int Reader::runRecord() {
     run.description = textOf(*description, ind[1]);
     run.startedAt = textOf(started, ind[2]);
     run.lastAt = lastAt;
-    run.requester = text(requester, ind[4]);
+    run.requester = textOf(requester, ind[4]);
   }
   for (std::size_t p = 0; p < d_.projects.size(); ++p) {
     int32_t lock = 0, option = 0, flag = 0;
@@ -448,8 +459,12 @@ int Reader::runRecord() {
     db::StampText at, moved;
     int16_t ind[6] = {0, 0, 0, 0, 0, 0};
     int32_t rc = store_.selectInto(kSelectDetails, {d_.projects[p]},
-                                   {{lock, &ind[0]}, {option, &ind[1]}, {flag, &ind[2]},
-                                    {user, &ind[3]}, {at, &ind[4]}, {moved, &ind[5]}});
+                                   {{lock, &ind[0]},
+                                    {option, &ind[1]},
+                                    {flag, &ind[2]},
+                                    {user, &ind[3]},
+                                    {at, &ind[4]},
+                                    {moved, &ind[5]}});
     if (rc < 0) return failed(store_, "the project details", error_);
     if (rc == 0) {
       if (ind[0] >= 0 && lock > 0) ++run.lockedProjects;
@@ -457,7 +472,7 @@ int Reader::runRecord() {
         run.hasDetails = true;
         run.lastCallOption = ind[1] < 0 ? -1 : option;
         run.calculateFlag = ind[2] < 0 ? 0 : flag;
-        run.runUser = text(user, ind[3]);
+        run.runUser = textOf(user, ind[3]);
         run.runAt = textOf(at, ind[4]);
         run.levelStartFinish = textOf(moved, ind[5]);
       }
@@ -508,15 +523,24 @@ void Reader::axis() {
 int Reader::calendar(const std::string& id, Calendar& out) {
   out.first = d_.axisFirst;
   out.minutes.assign(static_cast<std::size_t>(d_.axisLast - d_.axisFirst + 1), -1);
-  std::array<int, 7> week{0, kStandardDayMinutes, kStandardDayMinutes, kStandardDayMinutes,
-                          kStandardDayMinutes, kStandardDayMinutes, 0};
+  std::array<int, 7> week{0,
+                          kStandardDayMinutes,
+                          kStandardDayMinutes,
+                          kStandardDayMinutes,
+                          kStandardDayMinutes,
+                          kStandardDayMinutes,
+                          0};
   {
     std::array<db::DayBitsText, 7> bits;
     std::array<int16_t, 7> ind{};
-    const int32_t rc = store_.selectInto(
-        kSelectWeek, {id},
-        {{bits[0], &ind[0]}, {bits[1], &ind[1]}, {bits[2], &ind[2]}, {bits[3], &ind[3]},
-         {bits[4], &ind[4]}, {bits[5], &ind[5]}, {bits[6], &ind[6]}});
+    const int32_t rc = store_.selectInto(kSelectWeek, {id},
+                                         {{bits[0], &ind[0]},
+                                          {bits[1], &ind[1]},
+                                          {bits[2], &ind[2]},
+                                          {bits[3], &ind[3]},
+                                          {bits[4], &ind[4]},
+                                          {bits[5], &ind[5]},
+                                          {bits[6], &ind[6]}});
     if (rc < 0) return failed(store_, "the calendars", error_);
     if (rc == 0) {
       for (int w = 0; w < 7; ++w) {

@@ -52,8 +52,8 @@ namespace report {
 // A time stamp of the store as a day number and a minute of day.
 struct Stamp {
   bool set = false;
-  int day = 0;     // Julian day number
-  int minute = 0;  // 0..1440
+  int day = 0;       // Julian day number
+  int minute = 0;    // 0..1440
   std::string text;  // as stored
 };
 // "YYYY-MM-DD HH:MM..." or "YYYY-MM-DD" (minute 0); anything else: unset.
@@ -69,7 +69,7 @@ struct Item {
   Stamp levelStart, levelFinish;
   Stamp actualStart, actualFinish;
   bool hasSlack = false;
-  int slack = 0;        // TOTAL_SLACK, minutes
+  int slack = 0;  // TOTAL_SLACK, minutes
   bool hasLevelDuration = false;
   int levelDuration = 0;  // LEVEL_DURATION, minutes
   int plannedEffort = 0;
@@ -86,7 +86,7 @@ struct Item {
 
 struct Dependency {
   std::string pred, succ;
-  int depType = 0;  // as stored: 0 FS, 1 SS, 2 FF, 3 SF
+  int depType = 0;     // as stored: 0 FS, 1 SS, 2 FF, 3 SF
   int lagMinutes = 0;  // negative: a lead
 };
 
@@ -100,8 +100,8 @@ struct Conflict {
 std::vector<Conflict> parseConflicts(const std::string& item, const std::string& text);
 
 struct Calendar {
-  int first = 0;                   // day of minutes[0]
-  std::vector<int> minutes;        // working minutes per day
+  int first = 0;             // day of minutes[0]
+  std::vector<int> minutes;  // working minutes per day
   int at(int day) const {
     if (day < first || day >= first + static_cast<int>(minutes.size())) return -1;
     return minutes[static_cast<std::size_t>(day - first)];
@@ -130,9 +130,9 @@ struct RunRecord {
   int lastCallOption = 0;
   int calculateFlag = 0;
   std::string runUser, runAt, levelStartFinish;
-  int lockedProjects = 0;   // PROJECT_DETAILS.LEVEL_LOCK > 0
-  int lockedRows = 0;       // KOR_WBS REC_STATUS 'L'
-  int assignments = 0;      // TASK_ASSIGNMENTS of the scope
+  int lockedProjects = 0;       // PROJECT_DETAILS.LEVEL_LOCK > 0
+  int lockedRows = 0;           // KOR_WBS REC_STATUS 'L'
+  int assignments = 0;          // TASK_ASSIGNMENTS of the scope
   int levelledAssignments = 0;  // with LEVEL_START
 };
 

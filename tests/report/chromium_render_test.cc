@@ -15,7 +15,8 @@ namespace reporttest {
 namespace {
 
 std::string chromiumProgram() {
-  for (const char* p : {"/usr/bin/chromium", "/usr/bin/chromium-browser", "/usr/bin/google-chrome"}) {
+  for (const char* p :
+       {"/usr/bin/chromium", "/usr/bin/chromium-browser", "/usr/bin/google-chrome"}) {
     if (::access(p, X_OK) == 0) return p;
   }
   return "";
@@ -23,16 +24,17 @@ std::string chromiumProgram() {
 
 // Runs chromium headless on `page` with `mode` ("--screenshot=..." or
 // "--dump-dom"); its standard output.
-std::string runChromium(const std::string& program, const std::string& page, const std::string& mode) {
+std::string runChromium(const std::string& program, const std::string& page,
+                        const std::string& mode) {
   const std::filesystem::path profile = tempPath("report_chromium_profile", "");
   std::filesystem::remove(profile);
   std::filesystem::create_directories(profile);
-  const std::string command = program +
-                              " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
-                              "--disable-background-networking --disable-component-update "
-                              "--disable-sync --hide-scrollbars --user-data-dir=" +
-                              profile.string() + " --window-size=1600,1200 " + mode + " file://" +
-                              page + " 2>/dev/null";
+  const std::string command =
+      program +
+      " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+      "--disable-background-networking --disable-component-update "
+      "--disable-sync --hide-scrollbars --user-data-dir=" +
+      profile.string() + " --window-size=1600,1200 " + mode + " file://" + page + " 2>/dev/null";
   std::string out;
   if (FILE* p = ::popen(command.c_str(), "r")) {
     char buf[65536];

@@ -9,6 +9,8 @@
 // so a day is 36 pixels and x0 = 320. TA, levelled 2024-01-09 08:00 to
 // 2024-01-11 17:00, starts at 320 + (1 + 480/1440) x 36 = 368 and ends at
 // 320 + (3 + 1020/1440) x 36 = 453.5.
+#include "report/html_report.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -16,7 +18,6 @@
 #include <cstdio>
 #include <set>
 
-#include "report/html_report.h"
 #include "report/report_fixture.h"
 
 namespace reporttest {
@@ -73,24 +74,27 @@ TEST_F(LevelledReport, EveryItemHasOneBarWhereItsLevelledDatesSay) {
   EXPECT_DOUBLE_EQ(320.0, chart_.num("data-x0"));
 
   const auto ta = withClass(tags_, "bar-levelled", "rect");
-  const auto taBar = std::find_if(ta.begin(), ta.end(), [](const Tag& t) { return t.attr("data-item") == "TA"; });
+  const auto taBar =
+      std::find_if(ta.begin(), ta.end(), [](const Tag& t) { return t.attr("data-item") == "TA"; });
   ASSERT_NE(ta.end(), taBar);
   EXPECT_NEAR(368.0, taBar->num("x"), kTolerance);
   EXPECT_NEAR(85.5, taBar->num("width"), kTolerance);
 
   // Each item of P1 (not the outside project X1) once, of its kind, at the
   // x its stored dates give.
-  const std::map<std::string, std::string> kinds = {
-      {"P1", "bar-summary"}, {"C1", "bar-summary"}, {"TA", "bar-levelled"},
-      {"TB", "bar-levelled"}, {"TC", "bar-levelled"}, {"TE", "bar-levelled"},
-      {"M1", "milestone"},   {"TD", "bar-levelled"}};
+  const std::map<std::string, std::string> kinds = {{"P1", "bar-summary"},  {"C1", "bar-summary"},
+                                                    {"TA", "bar-levelled"}, {"TB", "bar-levelled"},
+                                                    {"TC", "bar-levelled"}, {"TE", "bar-levelled"},
+                                                    {"M1", "milestone"},    {"TD", "bar-levelled"}};
   for (const auto& [item, kind] : kinds) {
     const auto shapes = levelledShapes(tags_, item);
     ASSERT_EQ(1u, shapes.size()) << item;
     const Tag& s = shapes[0];
     EXPECT_TRUE(s.hasClass(kind)) << item << " is " << s.attr("class");
-    const std::string start = text("SELECT LEVEL_START FROM KOR_WBS WHERE ELEMENT_ID='" + item + "'");
-    const std::string finish = text("SELECT LEVEL_FINISH FROM KOR_WBS WHERE ELEMENT_ID='" + item + "'");
+    const std::string start =
+        text("SELECT LEVEL_START FROM KOR_WBS WHERE ELEMENT_ID='" + item + "'");
+    const std::string finish =
+        text("SELECT LEVEL_FINISH FROM KOR_WBS WHERE ELEMENT_ID='" + item + "'");
     EXPECT_EQ(start, s.attr("data-start")) << item;
     EXPECT_EQ(finish, s.attr("data-finish")) << item;
     EXPECT_NEAR(expectedX(chart_, start), shapeX(s), kTolerance) << item;
@@ -142,7 +146,8 @@ TEST_F(LevelledReport, CriticalItemsConflictsLinksAndDaysOffAreMarked) {
     if (t.name != "g") flagged.insert(t.attr("data-item"));
   }
   EXPECT_EQ((std::set<std::string>{"TD"}), flagged);
-  EXPECT_NE(std::string::npos, html_.find("<td>0080</td><td>finish-to-start link from TC not kept</td>"));
+  EXPECT_NE(std::string::npos,
+            html_.find("<td>0080</td><td>finish-to-start link from TC not kept</td>"));
 
   // One arrow per link, the broken one marked.
   std::set<std::string> links;
@@ -217,11 +222,13 @@ TEST_F(LevelledReport, ThePageStandsAloneAndSaysHowTheRunWent) {
   EXPECT_EQ(std::string::npos, html_.find("<link"));
   EXPECT_EQ(std::string::npos, html_.find("<img"));
   EXPECT_EQ(std::string::npos, html_.find("@import"));
-  for (std::size_t at = html_.find("url("); at != std::string::npos; at = html_.find("url(", at + 1)) {
+  for (std::size_t at = html_.find("url("); at != std::string::npos;
+       at = html_.find("url(", at + 1)) {
     EXPECT_EQ('#', html_[at + 4]) << html_.substr(at, 40);
   }
   // The project's name, escaped.
-  EXPECT_NE(std::string::npos, html_.find("<h1>Levelling report: Bridge &lt;renewal&gt; &amp; co</h1>"));
+  EXPECT_NE(std::string::npos,
+            html_.find("<h1>Levelling report: Bridge &lt;renewal&gt; &amp; co</h1>"));
 
   // Outcome and counts.
   for (const Tag& t : tags_) {
@@ -247,9 +254,9 @@ TEST_F(LevelledReport, ThePageStandsAloneAndSaysHowTheRunWent) {
   // The legend names every mark the page uses.
   std::set<std::string> legend;
   for (const Tag& t : withClass(all_, "legend-entry", "g")) legend.insert(t.attr("data-legend"));
-  for (const char* key : {"planned", "levelled", "critical", "summary", "milestone", "conflict",
-                          "dependency", "nonworking", "load-levelled", "load-outside", "over",
-                          "capacity"}) {
+  for (const char* key :
+       {"planned", "levelled", "critical", "summary", "milestone", "conflict", "dependency",
+        "nonworking", "load-levelled", "load-outside", "over", "capacity"}) {
     EXPECT_EQ(1u, legend.count(key)) << key;
   }
 }

@@ -59,7 +59,8 @@ std::vector<Tag> scanTags(const std::string& html) {
     if (at >= html.size() || !std::isalpha(static_cast<unsigned char>(html[at]))) continue;
     Tag t;
     t.offset = start;
-    while (at < html.size() && (std::isalnum(static_cast<unsigned char>(html[at])) || html[at] == '-'))
+    while (at < html.size() &&
+           (std::isalnum(static_cast<unsigned char>(html[at])) || html[at] == '-'))
       t.name += html[at++];
     for (;;) {
       while (at < html.size() && std::isspace(static_cast<unsigned char>(html[at]))) ++at;
@@ -137,16 +138,17 @@ int dayNumber(const std::string& day) { return dateStringToJulian(day.substr(0, 
 double expectedX(const Tag& chart, const std::string& stamp) {
   const int day = dayNumber(stamp);
   const int minute = std::stoi(stamp.substr(11, 2)) * 60 + std::stoi(stamp.substr(14, 2));
-  return chart.num("data-x0") +
-         (day - dayNumber(chart.attr("data-axis-first")) + minute / 1440.0) *
-             chart.num("data-px-per-day");
+  return chart.num("data-x0") + (day - dayNumber(chart.attr("data-axis-first")) + minute / 1440.0) *
+                                    chart.num("data-px-per-day");
 }
 
 void SmallProject::SetUp() {
   logPath_ = db.path() + ".log";
   htmlPath_ = db.path() + ".html";
   db.row("KOR_WORKFLOW_CYCLES", {{"ELEMENT_ID", "CYCLE1"}, {"PARENT_ID", "NOTIFICATION"}});
-  db.project({.id = "P1", .name = "Bridge <renewal> & co", .start = "2024-01-08",
+  db.project({.id = "P1",
+              .name = "Bridge <renewal> & co",
+              .start = "2024-01-08",
               .finish = "2024-02-02"})
       .calendar({.from = "2024-01-01", .to = "2024-12-31", .holidays = {"2024-01-17"}});
   item("P1", "C1", 2, 0);
@@ -166,8 +168,12 @@ void SmallProject::SetUp() {
   assignedTask("C1", "TE", "R1", 480, {}, "1");
   // Work of another project on R2, outside the run.
   db.project({.id = "X1", .start = "2024-01-08", .finish = "2024-02-02", .rank = "X1"});
-  db.dayWork({.project = "X1", .task = "X1", .assignment = "AX", .resource = "R2",
-              .day = "2024-01-11", .schedMinutes = 240});
+  db.dayWork({.project = "X1",
+              .task = "X1",
+              .assignment = "AX",
+              .resource = "R2",
+              .day = "2024-01-11",
+              .schedMinutes = 240});
 }
 
 void SmallProject::TearDown() {
@@ -176,7 +182,8 @@ void SmallProject::TearDown() {
 }
 
 void SmallProject::resource(const std::string& id, int maxUnits) {
-  db.row("RESOURCES", {{"RESOURCE_ID", id}, {"FULL_NAME", "Resource " + id},
+  db.row("RESOURCES", {{"RESOURCE_ID", id},
+                       {"FULL_NAME", "Resource " + id},
                        {"MAX_UNITS", std::to_string(maxUnits)}});
 }
 
@@ -203,8 +210,8 @@ void SmallProject::item(const std::string& parent, const std::string& id, int ty
   extra.emplace("ASSIGN_COUNT", "0");
   extra.emplace("MILESTONE_PERCENT", "0");
   extra.emplace("MINUTE_PER_DAY", "480");
-  extra.emplace("RANK", text("SELECT RANK FROM KOR_WBS WHERE ELEMENT_ID = '" + parent + "'") +
-                            "." + id);
+  extra.emplace("RANK",
+                text("SELECT RANK FROM KOR_WBS WHERE ELEMENT_ID = '" + parent + "'") + "." + id);
   const int level = static_cast<int>(
       db.scalar("SELECT LEVEL_ID FROM KOR_WBS WHERE ELEMENT_ID = '" + parent + "'") + 1);
   db.item({.project = "P1",
@@ -227,7 +234,10 @@ void SmallProject::assignedTask(const std::string& parent, const std::string& id
                                 const std::string& resourceType) {
   extra.emplace("ASSIGN_COUNT", "1");
   item(parent, id, 3, work, extra);
-  db.assignment({.project = "P1", .task = id, .id = "A_" + id, .resource = res,
+  db.assignment({.project = "P1",
+                 .task = id,
+                 .id = "A_" + id,
+                 .resource = res,
                  .proposedWork = work,
                  .extra = {{"ETC", std::to_string(work)},
                            {"PLANNED_WORK", std::to_string(work)},
@@ -244,8 +254,12 @@ void SmallProject::assignedTask(const std::string& parent, const std::string& id
                            {"CONTOUR_TYPE", "0"},
                            {"REC_DATETIME", "2024-01-01 00:00:00.000000"}}});
   for (int d = 0, left = work; left > 0; ++d, left -= 480) {
-    db.dayWork({.project = "P1", .task = id, .assignment = "A_" + id, .resource = res,
-                .day = workingDayAfter("2024-01-08", d), .schedMinutes = std::min(left, 480)});
+    db.dayWork({.project = "P1",
+                .task = id,
+                .assignment = "A_" + id,
+                .resource = res,
+                .day = workingDayAfter("2024-01-08", d),
+                .schedMinutes = std::min(left, 480)});
   }
   effort_ += work;
   db.store().execute("UPDATE KOR_WBS SET PLANNED_EFFORT=" + std::to_string(effort_) +
@@ -265,9 +279,8 @@ std::string SmallProject::log() { return readFile(logPath_); }
 
 int SmallProject::report(const std::string& element, std::string& html, int collapseDepth) {
   std::string error;
-  const int rc = report::writeHtmlReport(db.store(), element, htmlPath_,
-                                         report::ReportOptions{.collapseDepth = collapseDepth},
-                                         error);
+  const int rc = report::writeHtmlReport(
+      db.store(), element, htmlPath_, report::ReportOptions{.collapseDepth = collapseDepth}, error);
   EXPECT_EQ(rc == 0, error.empty()) << error;
   html = rc == 0 ? readFile(htmlPath_) : error;
   return rc;
