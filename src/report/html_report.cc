@@ -361,9 +361,9 @@ void Page::summary() {
                     : std::to_string(run.lockedProjects) + " project(s) with LEVEL_LOCK, " +
                           std::to_string(run.lockedRows) + " WBS row(s) still locked");
   fact("Projects", std::to_string(d_.projects.size()));
-  fact("Items", std::to_string(projects) + " project items, " + std::to_string(containers) +
-                    " containers, " + std::to_string(tasks) + " tasks, " +
-                    std::to_string(milestones) + " milestones");
+  fact("Items", std::to_string(projects) + " project item(s), " + std::to_string(containers) +
+                    " container(s), " + std::to_string(tasks) + " task(s), " +
+                    std::to_string(milestones) + " milestone(s)");
   fact("Assignments", std::to_string(run.levelledAssignments) + " of " +
                           std::to_string(run.assignments) + " with levelled dates");
   fact("Dependencies", std::to_string(d_.dependencies.size()) + " within the scope");

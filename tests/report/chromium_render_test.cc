@@ -29,12 +29,15 @@ std::string runChromium(const std::string& program, const std::string& page,
   const std::filesystem::path profile = tempPath("report_chromium_profile", "");
   std::filesystem::remove(profile);
   std::filesystem::create_directories(profile);
+  // A hung browser must not hang the test run: timeout(1) stops it.
+  const std::string guard = ::access("/usr/bin/timeout", X_OK) == 0 ? "/usr/bin/timeout 120 " : "";
   const std::string command =
-      program +
+      guard + program +
       " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
-      "--disable-background-networking --disable-component-update "
-      "--disable-sync --hide-scrollbars --user-data-dir=" +
-      profile.string() + " --window-size=1600,1200 " + mode + " file://" + page + " 2>/dev/null";
+      "--disable-background-networking --disable-component-update --disable-sync "
+      "--hide-scrollbars --user-data-dir=" +
+      profile.string() + " --window-size=1600,1200 " + mode + " file://" +
+      std::filesystem::absolute(page).string() + " 2>/dev/null";
   std::string out;
   if (FILE* p = ::popen(command.c_str(), "r")) {
     char buf[65536];

@@ -185,6 +185,33 @@ TEST_F(GeneratedPortfolio, AutomaticDepthKeepsAtMost400RowsAndFoldsTheRest) {
       db_->scalar("SELECT COUNT(DISTINCT RESOURCE_ID) FROM TASK_ASSIGNMENTS WHERE PROJECT_ID IN (" +
                   inScope + ")"),
       static_cast<int64_t>(histograms.size()));
+
+  // The stacked parts of each day add up to the day's load, and the actual
+  // work reported on the scope's in-progress tasks is drawn as such.
+  std::map<std::string, int> parts, loads, actual;
+  for (const char* cls : {"load-levelled", "load-outside", "load-actual"}) {
+    for (const Tag& t : withClass(tags, cls, "rect")) {
+      const std::string key = t.attr("data-resource") + " " + t.attr("data-day");
+      parts[key] += std::stoi(t.attr("data-minutes"));
+      loads[key] = std::stoi(t.attr("data-load"));
+      if (std::string(cls) == "load-actual") actual[key] = std::stoi(t.attr("data-minutes"));
+    }
+  }
+  EXPECT_EQ(loads, parts);
+  ASSERT_FALSE(actual.empty());
+  db::Cursor c(db_->store());
+  ASSERT_EQ(0, c.open("SELECT RESOURCE_ID, DAY_YEAR, SUM(ACTUAL_MIN) FROM TASK_DAY_OF_YEAR "
+                      "WHERE ACTUAL_FLAG = 1 AND ACTUAL_MIN > 0 AND PROJECT_ID IN (" +
+                      inScope + ") GROUP BY RESOURCE_ID, DAY_YEAR"));
+  db::IdText resource, day;
+  int32_t minutes = 0;
+  std::map<std::string, int> reported;
+  while (c.fetch({resource, day, minutes}) == 0) {
+    // Days before the axis are not drawn.
+    if (dayNumber(std::string(day.view())) >= dayNumber(chart.attr("data-axis-first")))
+      reported[std::string(resource.view()) + " " + std::string(day.view())] = minutes;
+  }
+  EXPECT_EQ(reported, actual);
 }
 
 TEST_F(GeneratedPortfolio, DepthZeroLeavesOneRowPerRootProject) {
