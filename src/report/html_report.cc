@@ -40,6 +40,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 #include <string>
@@ -516,7 +517,12 @@ void Page::ganttRow(int row, const Item& it) {
   const int indent = 8 + 12 * it.depth;
   std::string name = it.name;
   const std::size_t room = static_cast<std::size_t>(std::max(8, (300 - indent) / 7));
-  if (name.size() > room) name = name.substr(0, room - 1) + "\xE2\x80\xA6";
+  if (name.size() > room) {
+    // Cut on a character boundary (names are UTF-8), then an ellipsis.
+    std::size_t cut = room - 1;
+    while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80) --cut;
+    name = name.substr(0, cut) + "\xE2\x80\xA6";
+  }
   appendf(out_, "<text class=\"label\" x=\"%d\" y=\"%.0f\" data-row=\"%d\" data-item=\"%s\">%s%s",
           indent, top + 15, row, esc(it.id).c_str(), hidden > 0 ? "\xE2\x96\xB8 " : "",
           esc(name).c_str());

@@ -226,6 +226,21 @@ TEST_F(LevelledReport, ThePageStandsAloneAndSaysHowTheRunWent) {
        at = html_.find("url(", at + 1)) {
     EXPECT_EQ('#', html_[at + 4]) << html_.substr(at, 40);
   }
+  // Valid UTF-8 throughout (long names are cut between characters).
+  for (std::size_t i = 0; i < html_.size();) {
+    const unsigned char c = static_cast<unsigned char>(html_[i]);
+    const std::size_t n = c < 0x80         ? 1
+                          : (c >> 5) == 6  ? 2
+                          : (c >> 4) == 14 ? 3
+                          : (c >> 3) == 30 ? 4
+                                           : 0;
+    ASSERT_NE(0u, n) << "bad lead byte at " << i;
+    ASSERT_LE(i + n, html_.size());
+    for (std::size_t k = 1; k < n; ++k) {
+      ASSERT_EQ(0x80, static_cast<unsigned char>(html_[i + k]) & 0xC0) << "at " << i;
+    }
+    i += n;
+  }
   // The project's name, escaped.
   EXPECT_NE(std::string::npos,
             html_.find("<h1>Levelling report: Bridge &lt;renewal&gt; &amp; co</h1>"));

@@ -151,7 +151,12 @@ void SmallProject::SetUp() {
               .start = "2024-01-08",
               .finish = "2024-02-02"})
       .calendar({.from = "2024-01-01", .to = "2024-12-31", .holidays = {"2024-01-17"}});
-  item("P1", "C1", 2, 0);
+  // A long name of two-byte characters: the label column cuts it.
+  std::string longName =
+      "\xC3\x9C"
+      "ber ";
+  for (int i = 0; i < 30; ++i) longName += "\xC3\xBC";
+  item("P1", "C1", 2, 0, {{"ELEMENT_NAME", longName}});
   resource("R1");
   resource("R2");
   assignedTask("C1", "TA", "R1", 1440);

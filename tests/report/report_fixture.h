@@ -5,7 +5,7 @@
 // The small project P1 (calendar Monday to Friday 08:00-12:00 and
 // 13:00-17:00, 480 minutes; 2024-01-17 a holiday; 2024-01-08 a Monday):
 //   P1
-//   +- C1  container
+//   +- C1  container (a long name of two-byte characters)
 //   |  +- TA  3 days on R1
 //   |  +- TB  3 days on R1 (waits for TA: R1 is one person)
 //   |  +- TC  1 day on R2, after TA (finish-to-start)
