@@ -120,12 +120,11 @@ TEST_F(BothBackends, FailedStatementKeepsTheWorkAroundIt) {
     ASSERT_EQ(0, store->execute(insert, {"R2", 300}));
     ASSERT_EQ(0, levelCommit(*store));
   }
+  lite_.reset();  // an open SQLite store holds the file's write lock
   auto otherPg = pgtest::openStore(conninfo_);
   auto otherLite = file_.open();
   ASSERT_NE(otherPg, nullptr);
   ASSERT_NE(otherLite, nullptr);
-  pg_.reset();  // the SQLite file's write lock goes with its store
-  lite_.reset();
   for (db::Store* store : std::vector<db::Store*>{otherLite.get(), otherPg.get()}) {
     EXPECT_EQ(2, numberOf(*store, "select count(*) from RESOURCES"));
     EXPECT_EQ(450, numberOf(*store, "select sum(MAX_UNITS) from RESOURCES"));
@@ -156,7 +155,7 @@ TEST_F(BothBackends, CursorSurvivesCommitsAndNestedStatements) {
   const int kRows = 1234;  // more than two fetch batches
   for (db::Store* store : stores()) {
     for (int i = 1; i <= kRows; ++i) {
-      char day[16];
+      char day[32];
       std::snprintf(day, sizeof day, "2024-%04d", i);
       ASSERT_EQ(0, store->execute("insert into CALENDAR_DAY_OF_YEAR (ELEMENT_ID, DAY_YEAR, "
                                   "DAY_WEEK) values ('CAL', ?, ?)",
@@ -181,7 +180,9 @@ TEST_F(BothBackends, CursorSurvivesCommitsAndNestedStatements) {
                                   "where ELEMENT_ID = 'CAL' and DAY_YEAR = ?",
                                   {day}));
       ASSERT_EQ(1, store->status().rows);
-      if (fetched == 300 || fetched == 900) ASSERT_EQ(0, levelCommit(*store));
+      if (fetched == 300 || fetched == 900) {
+        ASSERT_EQ(0, levelCommit(*store));
+      }
     }
     EXPECT_EQ(db::kSqlNoData, rc);
     EXPECT_EQ(db::kSqlNoData, days.fetch({day, week}));  // and again
