@@ -143,7 +143,8 @@ TEST(LevellingOnPostgres, SameResultsAsSqliteRowByRow) {
 }
 
 // Two processes, each with its own connection, start a run at the same
-// moment: one on the portfolio folder, one on a root project inside it.
+// moment on overlapping projects (the same root project, or the folder and
+// a root project inside it).
 // In every round exactly one gets through (0) and the other finds the
 // lock (200114); the winner leaves every lock free at its end.
 TEST(LevellingOnPostgres, RunsStartedTogetherOnOverlappingProjectsExcludeEachOther) {
@@ -157,7 +158,12 @@ TEST(LevellingOnPostgres, RunsStartedTogetherOnOverlappingProjectsExcludeEachOth
     ASSERT_EQ(0, scopegen::generateScope(*pg, smallPortfolio(3), &scope))
         << pg->status().message;
   }
-  const std::string elements[2] = {scope.portfolio, scope.rootProjects.front()};
+  // Rounds 0 and 2: both on the same root project; round 1: the folder
+  // against a root project inside it.
+  const std::string& root = scope.rootProjects.front();
+  const std::string elements[3][2] = {{root, root}, {scope.portfolio, root}, {root, root}};
+  std::string logs[2];
+  for (int k = 0; k < 2; ++k) logs[k] = tempLog(("pg_race_" + std::to_string(k)).c_str());
 
   for (int round = 0; round < 3; ++round) {
     int start[2];
@@ -179,8 +185,7 @@ TEST(LevellingOnPostgres, RunsStartedTogetherOnOverlappingProjectsExcludeEachOth
         (void)!::read(start[0], &go, 1);
         int rc = -999999;
         if (store != nullptr) {
-          rc = levelElement(*store, elements[(k + round) % 2], scope.asOf,
-                            tempLog(("pg_race_" + std::to_string(k)).c_str()));
+          rc = levelElement(*store, elements[round][k], scope.asOf, logs[k]);
         }
         store.reset();
         (void)!::write(results[k][1], &rc, sizeof rc);
@@ -213,7 +218,7 @@ TEST(LevellingOnPostgres, RunsStartedTogetherOnOverlappingProjectsExcludeEachOth
                                 {held}));
     EXPECT_EQ(0, held) << "round " << round;
   }
-  for (int k = 0; k < 2; ++k) std::remove(tempLog(("pg_race_" + std::to_string(k)).c_str()).c_str());
+  for (const std::string& log : logs) std::remove(log.c_str());
 }
 
 }  // namespace
