@@ -629,11 +629,13 @@ int32_t PostgresStore::commitAndBegin() {
 }
 
 std::string PostgresStore::now() {
+  // Reading the clock is not a statement of the caller's: its status stays.
+  const db::SqlStatus kept = status_;
   db::StampText stamp;
   int16_t ind = 0;
-  if (selectInto("SELECT SYSTIMESTAMP()", {}, {db::HostVar(stamp, &ind)}) != 0 || ind < 0) {
-    return std::string();
-  }
+  const int32_t rc = selectInto("SELECT SYSTIMESTAMP()", {}, {db::HostVar(stamp, &ind)});
+  status_ = kept;
+  if (rc != 0 || ind < 0) return std::string();
   return std::string(stamp.view());
 }
 

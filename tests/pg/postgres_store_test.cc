@@ -309,6 +309,35 @@ TEST_F(BothBackends, StatusCodesAndRowCounts) {
   }
 }
 
+// Host procedures reach the same registry; the clock can be fixed, and the
+// SQL and the backend's now() then agree on it.
+TEST_F(BothBackends, ProceduresAndClock) {
+  for (db::Store* store : stores()) {
+    int32_t result = -1;
+    db::HostVar out(result);
+    EXPECT_EQ(0, store->call("call SET_DATEFORMAT() into ?", {}, &out));
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(db::kSqlUnknownProcedure, store->call("NO_SUCH_PROCEDURE"));
+    EXPECT_EQ(db::kSqlUnknownProcedure, store->call("call LEVEL_COMMIT(?) into ?", {}, &out));
+  }
+  const std::string stamp = "2024-05-01 12:00:00.000000";
+  ASSERT_EQ(0, pg_->setFixedTime(stamp));
+  lite_->setFixedTime(stamp);
+  for (db::Store* store : stores()) {
+    EXPECT_EQ(stamp, textOf(*store, "select SYSTIMESTAMP()"));
+    // A lock taken two hours and one minute before is 121 minutes old.
+    EXPECT_EQ(121, numberOf(*store, "select NAV_ORASTD_DB2TIMESTAMPDIFF(4, SYSTIMESTAMP(), ?)",
+                            {"2024-05-01 09:59:00.000000"}));
+  }
+  pg_->status().set(-42, "kept");
+  EXPECT_EQ(stamp, pg_->now());
+  EXPECT_EQ(-42, pg_->status().code);
+  EXPECT_EQ(stamp, lite_->now());
+  ASSERT_EQ(0, pg_->setFixedTime(""));
+  EXPECT_EQ(26u, pg_->now().size());
+  EXPECT_NE(stamp, pg_->now());
+}
+
 TEST(PostgresTarget, TellsConnectionStringsFromFiles) {
   EXPECT_TRUE(host::isPostgresTarget("postgresql://lev@localhost/plans"));
   EXPECT_TRUE(host::isPostgresTarget("postgres://u:p@h:5433/db"));
