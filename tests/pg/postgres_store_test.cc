@@ -338,6 +338,16 @@ TEST_F(BothBackends, ProceduresAndClock) {
   EXPECT_NE(stamp, pg_->now());
 }
 
+TEST(PostgresOpen, AServerThatIsNotThereGivesNullAndAConnectionFailure) {
+  db::SqlStatus failure;
+  auto store = host::PostgresStore::open("host=/nonexistent/socket/dir dbname=none connect_timeout=2",
+                                         {}, &failure);
+  EXPECT_EQ(nullptr, store);
+  EXPECT_EQ(-10, failure.code);
+  EXPECT_STRNE("", failure.message);
+  EXPECT_LE(std::strlen(failure.message), 70u);
+}
+
 TEST(PostgresTarget, TellsConnectionStringsFromFiles) {
   EXPECT_TRUE(host::isPostgresTarget("postgresql://lev@localhost/plans"));
   EXPECT_TRUE(host::isPostgresTarget("postgres://u:p@h:5433/db"));
