@@ -117,6 +117,18 @@ constexpr const char* kSetRunLock =
     "NAV_TMP_PROJECTS_00 T where T.ELEMENT_ID=PD.PROJECT_ID)";
 constexpr const char* kCallCommit = "call LEVEL_COMMIT() into ?";
 
+// The claim: the row locks of the listed projects, then their locks read
+// again while held.
+constexpr const char* kHoldListedProjects =
+    "update PROJECT_DETAILS set LEVEL_LOCK=LEVEL_LOCK where exists (select T.ELEMENT_ID from "
+    "NAV_TMP_PROJECTS_00 T where T.ELEMENT_ID=PROJECT_DETAILS.PROJECT_ID)";
+constexpr const char* kCountListedLocks =
+    "select count('X') from PROJECT_DETAILS PD where (PD.LEVEL_LOCK<>0 and exists (select "
+    "T.ELEMENT_ID from NAV_TMP_PROJECTS_00 T where T.ELEMENT_ID=PD.PROJECT_ID))";
+constexpr const char* kCountListedRunLocks =
+    "select count('X') from PROJECT_DETAILS PD where (PD.LEVEL_LOCK=1 and exists (select "
+    "T.ELEMENT_ID from NAV_TMP_PROJECTS_00 T where T.ELEMENT_ID=PD.PROJECT_ID))";
+
 constexpr const char* kResetLockAndFlag =
     "update PROJECT_DETAILS set LEVEL_LOCK=0,CALCULATE_FLAG=? where exists (select T.ELEMENT_ID "
     "from NAV_TMP_PROJECTS_00 T where T.ELEMENT_ID=PROJECT_DETAILS.PROJECT_ID)";
@@ -477,6 +489,12 @@ int lockSelectedProjects(RunState& run, FILE* file) {
   int32_t rc = store->selectInto(kCountImportExportLocks, {}, {db::HostVar(held, &heldInd)});
   if (rc < 0) return rc;
   if (rc == 0 && heldInd >= 0 && held > 0) {
+    // The lock taken by the claim goes back before the notification
+    // commits: this exit skips the finalisation's reset.
+    if (run.level_lock == kLevelLockHeld) {
+      if ((rc = store->execute(kResetLock)) < 0) return rc;
+      run.level_lock = kLevelLockFree;
+    }
     prependMessage(run, "One or more sub-elements could be locked by Import/Export. \n");
     notifyRun(run, "[Failed] ", file);
     return kErrImportExportLock;
@@ -490,6 +508,32 @@ int lockSelectedProjects(RunState& run, FILE* file) {
     if (rc < 0) return rc;
   }
   sendProgress(run, "All Selected Projects are Locked. ", file);
+  return 0;
+}
+
+int claimListedProjects(RunState& run, FILE* file) {
+  db::Store* store = db::currentStore();
+  if (store == nullptr) return db::kSqlNoConnection;
+  if (run.level_lock != kLevelLockFree) return 0;
+
+  int32_t rc = store->execute(kHoldListedProjects);
+  if (rc < 0) return rc;
+  int32_t taken = 0;
+  int16_t takenInd = 0;
+  rc = store->selectInto(run.isWhatIfScenario ? kCountListedRunLocks : kCountListedLocks, {},
+                         {db::HostVar(taken, &takenInd)});
+  if (rc < 0) return rc;
+  if (rc == 0 && takenInd >= 0 && taken > 0) {
+    if (file != nullptr) {
+      std::fprintf(file, "\n a project of the list was locked by another run meanwhile\n");
+      std::fflush(file);
+    }
+    run.level_lock = kLevelLockFoundLocked;
+    return 0;
+  }
+  if (run.isWhatIfScenario) return 0;
+  if ((rc = store->execute(kSetRunLock)) < 0) return rc;
+  run.level_lock = kLevelLockHeld;
   return 0;
 }
 

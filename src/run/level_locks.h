@@ -48,6 +48,40 @@
 //   is reported as not existing (200004), with the failure's own line.
 // - The run:: functions return a negative status without writing the SQL
 //   failure line: that line is the driver's (run::logSqlFailure).
+//
+// Amended rule: the lock decision is atomic. As first written, the check
+// (LEV_IS_LEVEL_LOCKED, then the scan of the project list) only reads
+// LEVEL_LOCK, and the lock is set later, after the record locks and a
+// progress notification that commits. Two runs started at the same moment
+// on overlapping projects could both read "free" before either had set
+// anything, and both went on: on PostgreSQL, where two connections work at
+// once, the second then failed later with 200219 (the other run's 'L'
+// rows) or levelled the same projects twice. On SQLite the write lock
+// taken at BEGIN already serialises whole runs, so the window was only
+// PostgreSQL's; the rule below holds on both. Once the project list is
+// built and scanned free, run::claimListedProjects
+//   1. touches the PROJECT_DETAILS rows of the listed projects (an update
+//      that changes nothing): this takes their row locks, and waits while
+//      another run holds them, i.e. until that run's next commit, which
+//      publishes its LEVEL_LOCK;
+//   2. reads LEVEL_LOCK of those rows again, now that nobody else can
+//      change them: a run lock (or for a run outside a what-if scenario,
+//      any lock) means another run won, and the run ends with 200114
+//      exactly as when the scan finds a lock;
+//   3. otherwise sets LEVEL_LOCK = 1 over the list at once (outside a
+//      what-if run; run.level_lock becomes kLevelLockHeld) while still
+//      holding the rows, so that whatever commits next publishes the lock.
+//      recordRunAndSetLevelLock sets it again and commits, as before.
+// So of two runs started together on overlapping projects exactly one
+// proceeds and the other returns 200114. Because the lock is now taken
+// before the record locks, lockSelectedProjects gives it back (LEVEL_LOCK
+// = 0 over the list) before it refuses with 200219, since that exit skips
+// the finalisation's reset. A what-if run keeps setting its scenario value
+// 10 where it did; step 3 is not done for it (the value 10 never excluded
+// another what-if run anyway), steps 1 and 2 are. Two claims over
+// overlapping lists take their rows in the same (table) order; should the
+// server still find a deadlock, one run fails with a negative status
+// rather than waiting forever.
 #ifndef LEVELER_RUN_LEVEL_LOCKS_H
 #define LEVELER_RUN_LEVEL_LOCKS_H
 
@@ -75,6 +109,14 @@ namespace run {
 // run), sets run.allProjectsAreLockedByMe and sends the progress message.
 // Returns 0, 200219 or a negative status.
 int lockSelectedProjects(RunState& run, FILE* file);
+
+// Makes the lock decision atomic (see "Amended rule" above), after the
+// project list NAV_TMP_PROJECTS_00 is built and scanned. Does nothing
+// unless run.level_lock is kLevelLockFree. Sets run.level_lock to
+// kLevelLockFoundLocked when another run holds one of the listed projects,
+// to kLevelLockHeld when this run took the run lock. Returns 0 or a
+// negative status.
+int claimListedProjects(RunState& run, FILE* file);
 
 // Records the run in PROJECT_DETAILS of every listed project:
 // LEVEL_LAST_CALL_OPTION the run kind (1 for kinds 0 and below),

@@ -335,6 +335,15 @@ Exit Driver::selectProjects() {
       return Exit::kFinalize;
     }
   }
+
+  // The lock decision made atomic (level_locks.h, "Amended rule"): last in
+  // this step, so that no exit before the record locks leaves the lock set.
+  rc = claimListedProjects(run_, file_);
+  if (rc < 0) return sqlFailure(rc);
+  if (run_.level_lock == kLevelLockFoundLocked) {
+    run_.errCode = kErrLocked;
+    return Exit::kFinalize;
+  }
   return Exit::kContinue;
 }
 

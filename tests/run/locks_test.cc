@@ -191,6 +191,40 @@ TEST_F(DriverLocks, LockingMarksTheListedProjectsRowsUnlessImportExportHoldsOne)
   EXPECT_TRUE(logged("*  Locking All Selected Projects *"));
 }
 
+// The claim after the scan: a run lock that appeared on a listed project
+// meanwhile ends the run; otherwise the lock is taken over the list at
+// once, and given back when the import/export test then refuses.
+TEST_F(DriverLocks, TheClaimTakesTheListedProjectsOrFindsOneTaken) {
+  exec("update PROJECT_DETAILS set LEVEL_LOCK=1 where PROJECT_ID='P2'");
+  EXPECT_EQ(0, run::claimListedProjects(*run_, log_));
+  EXPECT_EQ(run::kLevelLockFoundLocked, run_->level_lock);
+  EXPECT_EQ("P1:0:0:-:-:-:0 P2:1:0:-:-:-:0 P3:0:0:-:-:-:0", runRecords());
+  // Nothing to do once the scan has decided.
+  EXPECT_EQ(0, run::claimListedProjects(*run_, log_));
+  EXPECT_EQ(run::kLevelLockFoundLocked, run_->level_lock);
+
+  // A lock outside the list is not this run's concern.
+  exec("update PROJECT_DETAILS set LEVEL_LOCK=0 where PROJECT_ID='P2'");
+  exec("update PROJECT_DETAILS set LEVEL_LOCK=1 where PROJECT_ID='P3'");
+  run_->level_lock = run::kLevelLockFree;
+  EXPECT_EQ(0, run::claimListedProjects(*run_, log_));
+  EXPECT_EQ(run::kLevelLockHeld, run_->level_lock);
+  EXPECT_EQ("P1:1:0:-:-:-:0 P2:1:0:-:-:-:0 P3:1:0:-:-:-:0", runRecords());
+
+  exec("update KOR_WBS set REC_STATUS='L' where ELEMENT_ID='TP2'");
+  EXPECT_EQ(200219, run::lockSelectedProjects(*run_, log_));
+  EXPECT_EQ(run::kLevelLockFree, run_->level_lock);
+  EXPECT_EQ("P1:0:0:-:-:-:0 P2:0:0:-:-:-:0 P3:1:0:-:-:-:0", runRecords());
+
+  // A what-if run lets its scenario's value 10 be and sets nothing itself.
+  exec("update PROJECT_DETAILS set LEVEL_LOCK=10 where PROJECT_ID='P1'");
+  run_->optionFlag = 4;
+  run_->isWhatIfScenario = 1;
+  EXPECT_EQ(0, run::claimListedProjects(*run_, log_));
+  EXPECT_EQ(run::kLevelLockFree, run_->level_lock);
+  EXPECT_EQ("P1:10:0:-:-:-:0 P2:0:0:-:-:-:0 P3:1:0:-:-:-:0", runRecords());
+}
+
 TEST_F(DriverLocks, TheRunIsRecordedAndTheLevellingLockCommitted) {
   EXPECT_EQ(0, run::recordRunAndSetLevelLock(*run_, log_));  // kind 0 is recorded as 1
   EXPECT_EQ(run::kLevelLockHeld, run_->level_lock);
