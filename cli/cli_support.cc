@@ -12,6 +12,7 @@
 #include <ctime>
 #include <fstream>
 
+#include "host/postgres_store.h"
 #include "host/sqlite_store.h"
 #include "run/run_state.h"
 #include "store/status.h"
@@ -43,11 +44,6 @@ constexpr const char* kSelectProjectsByName =
 constexpr const char* kSelectFoldersByName =
     "SELECT ELEMENT_ID, ELEMENT_NAME FROM KOR_PORTFOLIOS WHERE ELEMENT_NAME = ? "
     "AND TYPE_ID NOT IN (1,154,288,289,290) ORDER BY ELEMENT_ID";
-
-bool isPostgresTarget(const std::string& target) {
-  return target.rfind("postgresql://", 0) == 0 || target.rfind("postgres://", 0) == 0 ||
-         target.find("dbname=") != std::string::npos;
-}
 
 // "" when the file starts like a SQLite database, else what is wrong.
 std::string checkSqliteHeader(const std::string& path) {
@@ -111,6 +107,39 @@ int daysInMonth(int y, int m) {
   return m == 2 && leapYear(y) ? 29 : kDays[m - 1];
 }
 
+// True when the opened database holds the application's tables; makes sure
+// the notification cycle row the runs need is there.
+bool readyForRuns(db::Store& store, const std::string& target, std::string& error) {
+  int64_t rows = 0;
+  int16_t ind = 0;
+  if (store.selectInto(kCountWbs, {}, {db::HostVar(rows, &ind)}) < 0) {
+    error = "'" + target + "' is not a leveler database (no KOR_WBS table; create one with "
+            "leveler init)";
+    return false;
+  }
+  if (ensureNotificationCycle(store) != 0) {
+    error = "cannot prepare '" + target + "': " + storeMessage(store.status());
+    return false;
+  }
+  return true;
+}
+
+// A database on a PostgreSQL server: the server says whether it exists.
+// `create` (init, demo, import) creates the schema on an empty database.
+std::unique_ptr<db::Store> openServerDatabase(const std::string& target, bool create,
+                                              std::string& error) {
+  host::PostgresOptions options;
+  options.createSchema = create;
+  db::SqlStatus failure;
+  std::unique_ptr<host::PostgresStore> store = host::PostgresStore::open(target, options, &failure);
+  if (store == nullptr) {
+    error = "cannot open '" + target + "': " + storeMessage(failure);
+    return nullptr;
+  }
+  if (!readyForRuns(*store, target, error)) return nullptr;
+  return store;
+}
+
 }  // namespace
 
 std::unique_ptr<db::Store> openDatabase(const std::string& target, bool create,
@@ -120,10 +149,7 @@ std::unique_ptr<db::Store> openDatabase(const std::string& target, bool create,
     error = "no database given";
     return nullptr;
   }
-  if (isPostgresTarget(target)) {
-    error = "PostgreSQL databases are not supported by this build ('" + target + "')";
-    return nullptr;
-  }
+  if (host::isPostgresTarget(target)) return openServerDatabase(target, create, error);
   struct stat st {};
   const bool exists = ::stat(target.c_str(), &st) == 0;
   if (!exists && !create) {
@@ -152,17 +178,7 @@ std::unique_ptr<db::Store> openDatabase(const std::string& target, bool create,
     error = "cannot open '" + target + "': " + storeMessage(failure);
     return nullptr;
   }
-  int64_t rows = 0;
-  int16_t ind = 0;
-  if (store->selectInto(kCountWbs, {}, {db::HostVar(rows, &ind)}) < 0) {
-    error = "'" + target + "' is not a leveler database (no KOR_WBS table; create one with "
-            "leveler init)";
-    return nullptr;
-  }
-  if (ensureNotificationCycle(*store) != 0) {
-    error = "cannot prepare '" + target + "': " + storeMessage(store->status());
-    return nullptr;
-  }
+  if (!readyForRuns(*store, target, error)) return nullptr;
   return store;
 }
 

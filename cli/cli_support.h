@@ -11,8 +11,9 @@
 //
 // Opening: all opening goes through openDatabase, so that a second backend
 // hooks in at one place. Targets that name a PostgreSQL connection
-// ("postgresql://..." or a key/value string containing "dbname=") are
-// recognised and refused there until that backend exists. For a file:
+// ("postgresql://...", "postgres://..." or a key/value string such as
+// "host=/tmp dbname=plans") open the server's database; with create (init,
+// demo, import) the schema is created there when missing. For a file:
 // - create = false (every command but init and demo): the file must exist,
 //   be readable, start with the SQLite header and hold the application's
 //   tables (KOR_WBS); otherwise the error names what is wrong.

@@ -164,8 +164,10 @@ const std::vector<Command>& commands() {
        runCommand},
       {"list", "DB", "list portfolios, projects with their last run, and resources",
        listCommand},
-      {"report", "DB ELEMENT -o FILE.html", "write an HTML report of a run's results", nullptr},
-      {"import-psplib", "FILE.sm DB", "import a PSPLIB project into a database", nullptr},
+      {"report", "DB ELEMENT -o FILE.html [--collapse-depth N]", "write an HTML report of a run's results",
+       reportCommand},
+      {"import-psplib", "FILE.sm DB [--start YYYY-MM-DD]", "import a PSPLIB project into a database",
+       nullptr},
   };
   return table;
 }

@@ -61,6 +61,11 @@ int runCommand(const std::string& command, const std::vector<std::string>& args)
 // The listing, in list_command.cc.
 int listCommand(const std::string& command, const std::vector<std::string>& args);
 
+// The HTML report (report_command.cc) and the PSPLIB import
+// (import_command.cc).
+int reportCommand(const std::string& command, const std::vector<std::string>& args);
+int importPsplibCommand(const std::string& command, const std::vector<std::string>& args);
+
 }  // namespace cli
 
 #endif  // LEVELER_CLI_COMMANDS_H

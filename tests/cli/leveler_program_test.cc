@@ -156,11 +156,18 @@ TEST_F(LevelerProgram, HelpListsEveryCommandAndUsageErrorsExitWithTwo) {
   EXPECT_EQ(2, run({"init"}).exit);
   EXPECT_EQ(2, run({"list", demo_, "extra"}).exit);
 
-  // Commands whose library is not in this build are listed but refused.
+  // The report: usage errors, an unknown element, then a page written.
   EXPECT_EQ(0, run({"report", "--help"}).exit);
-  const Outcome report = run({"report", demo_, "PF_DEMO", "-o", dir_ + "/r.html"});
-  EXPECT_EQ(1, report.exit);
-  EXPECT_EQ("leveler report: not available in this build\n", report.err);
+  EXPECT_EQ(2, run({"report", demo_, "PF_DEMO"}).exit);  // no -o
+  const Outcome noElement = run({"report", demo_, "NO_SUCH", "-o", dir_ + "/r.html"});
+  EXPECT_EQ(1, noElement.exit);
+  EXPECT_EQ(1, lineCount(noElement.err));
+  const Outcome report = run({"report", demo_, "Demo portfolio", "-o", dir_ + "/r.html"});
+  EXPECT_EQ(0, report.exit) << report.err;
+  EXPECT_NE(std::string::npos, report.out.find("PF_DEMO"));
+  std::ifstream page(dir_ + "/r.html");
+  const std::string html((std::istreambuf_iterator<char>(page)), std::istreambuf_iterator<char>());
+  EXPECT_NE(std::string::npos, html.find("<svg"));
 }
 
 TEST_F(LevelerProgram, MissingOrForeignDatabasesAreRefusedClearly) {
@@ -201,9 +208,11 @@ TEST_F(LevelerProgram, MissingOrForeignDatabasesAreRefusedClearly) {
   EXPECT_EQ(1, run({"demo", other}).exit);
   EXPECT_EQ("<-1>", LevelerProgram::text(other, "SELECT COUNT(*) FROM KOR_WBS"));  // no table
 
-  const Outcome pg = run({"list", "postgresql://localhost/leveler"});
+  // A server that is not there (port 1): one line saying it cannot be opened.
+  const Outcome pg = run({"list", "postgresql://localhost:1/leveler"});
   EXPECT_EQ(1, pg.exit);
-  EXPECT_NE(std::string::npos, pg.err.find("PostgreSQL databases are not supported"));
+  EXPECT_EQ(0u, pg.err.find("leveler list: cannot open 'postgresql://localhost:1/leveler': "));
+  EXPECT_EQ(1, lineCount(pg.err));
 }
 
 TEST_F(LevelerProgram, InitCreatesTheSchemaAndRefusesANonEmptyFileUnlessForced) {
