@@ -2,6 +2,7 @@
 #include "network/actual_work.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cstdarg>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "schedule/effort_sums.h"
 #include "schedule/item_times.h"
 #include "schedule/placement.h"
+#include "network/rollup.h"
 
 namespace {
 
@@ -478,6 +480,73 @@ int doHandleWorksForTasksNoActuals(linked_list_type* activities_list,
   }
 }
 
+namespace {
+
+using pass_detail::Placement;
+
+// True when `c` holds at least one child and every child is finished. Its
+// span is then the children's: earliest start (the smaller start offset on
+// the day) to latest finish (the smaller finish offset on the day), from
+// the children `first` and `last`.
+bool childrenAllFinished(linked_list_type* items, const activity_type* c, Placement* span,
+                         const activity_type** first, const activity_type** last) {
+  if (c->child_list == nullptr) return false;
+  bool any = false;
+  for (linktype* l = c->child_list->phead; l != nullptr; l = l->pnext) {
+    const activity_type* child = pass_detail::findItem(items, static_cast<string_type*>(l->pcontents)->str);
+    if (child == nullptr || child == c) continue;
+    if (!child->hasActualFinish) return false;
+    const Placement p = pass_detail::placementOf(child);
+    if (!any || p.start < span->start || (p.start == span->start && p.st < span->st)) {
+      span->start = p.start;
+      span->st = p.st;
+      *first = child;
+    }
+    if (!any || p.finish > span->finish || (p.finish == span->finish && p.ft < span->ft)) {
+      span->finish = p.finish;
+      span->ft = p.ft;
+      *last = child;
+    }
+    any = true;
+  }
+  return any;
+}
+
+// Containers whose children are all finished are finished themselves, over
+// their children's span. Without this such a container, not finished on its
+// own row, is still placed by the passes, and since finished children do
+// not take part in a roll-up nothing holds its dates: its parent moved it
+// on every sweep (its start drifting past its finish by hundreds of days
+// on generated portfolios) and the passes never settled. Repeated until
+// nothing changes, so that a container of finished containers follows.
+void finishContainersOfFinishedChildren(linked_list_type* items, FILE* file) {
+  for (bool changed = true; changed;) {
+    changed = false;
+    for (linktype* l = items->phead->pnext; l != nullptr && l->pnext != nullptr; l = l->pnext) {
+      auto* c = static_cast<activity_type*>(l->pcontents);
+      Placement span;
+      const activity_type* first = nullptr;
+      const activity_type* last = nullptr;
+      if (c->type != 2 || c->hasActualFinish || !childrenAllFinished(items, c, &span, &first, &last)) {
+        continue;
+      }
+      pass_detail::applyPlacement(c, span);
+      // The time stamps written for a finished item are its actual ones.
+      std::memcpy(c->actualStartTimeStamp, first->actualStartTimeStamp,
+                  sizeof c->actualStartTimeStamp);
+      std::memcpy(c->actualFinishTimeStamp, last->actualFinishTimeStamp,
+                  sizeof c->actualFinishTimeStamp);
+      c->hasActualStart = 1;
+      c->hasActualFinish = 1;
+      changed = true;
+      say(file, "\n doHandleWorkActualsForAllTasks: container %s is finished with its children\n",
+          c->name);
+    }
+  }
+}
+
+}  // namespace
+
 int doHandleWorkActualsForAllTasks(linked_list_type* activities_list,
                                    storage_manager_type* smanager,
                                    int optionSplitDayWithActualForDurBased, int D_OPTION,
@@ -485,6 +554,7 @@ int doHandleWorkActualsForAllTasks(linked_list_type* activities_list,
   try {
     if (activities_list == nullptr || activities_list->phead == nullptr) return 0;
     auto* startNode = static_cast<activity_type*>(activities_list->phead->pcontents);
+    finishContainersOfFinishedChildren(activities_list, file);
     for (linktype* l = activities_list->phead->pnext; l != nullptr && l->pnext != nullptr;
          l = l->pnext) {
       auto* a = static_cast<activity_type*>(l->pcontents);

@@ -28,6 +28,14 @@
 // "*** error (n) !!! doHandleWorkActualsForAllTasks:" with the task and its
 // dates; errors (0) and (10) are data findings and the run goes on.
 //
+// Amended rule: a container (type 2) whose children are all finished is
+// finished too (actual start and finish over its children's span) before
+// the finished items are frozen, although its own row carries no actual
+// finish. Otherwise nothing holds its dates during the passes - finished
+// children take no part in a roll-up - and its parent's updates moved it
+// again on every sweep, its start drifting past its finish and the passes
+// never settling.
+//
 // Choices where the rules leave room:
 // - Moving a point by working minutes is the successor-side lag shift:
 //   the point where a part ends is a finish point (a day's working end stays
