@@ -10,12 +10,18 @@
 //       from the first Monday of 2025, which is also the "calculate as of"
 //       day), then reads it back and writes it as the TaskJuggler project
 //       TJP (bench/tjp_export.h). The pool has R resources (default N / 10,
-//       at least 10), so that resources are contended. tj3 can only hold a
-//       successor's start, so by default the stored finish-to-finish and
-//       start-to-finish links are turned into finish-to-start and
-//       start-to-start ones in the database before the export, and both
-//       tools schedule the same network; --all-kinds keeps them (tj3 then
-//       gets the stricter links).
+//       at least 10), so that resources are contended. By default every
+//       link is made finish-to-start (its lag kept) in the database before
+//       the export, so that both tools schedule the same network: tj3 can
+//       only hold a successor's start (finish-to-finish and start-to-finish
+//       have no form there), and tj3 3.7.1 does not hold start-to-start
+//       links on generated portfolios (it places a successor at its
+//       predecessor's start despite a day's lag and then stops with "This
+//       condition could not be met"). --all-kinds keeps the stored kinds
+//       (the .tjp then gets them as tjp_export.h says). The assignments are marked as being on
+//       plain resources (RESOURCE_TYPE '0', which the generator leaves as
+//       'R'): only those wait for free capacity in a levelling run, as every
+//       allocation does in tj3.
 //   portfolio_export level DB [ELEMENT]
 //       One levelling run (kind 0) of ELEMENT (default PF_RUN) through the
 //       entry point, as `leveler level` does; prints the result.
@@ -99,8 +105,9 @@ int generate(int argc, char** argv) {
   scopegen::Description d;
   int32_t rc = scopegen::generateScope(*store, shape, &d);
   if (rc == 0 && !allKinds) {
-    rc = store->execute("update DEPENDENCIES set DEP_TYPE = DEP_TYPE - 2 where DEP_TYPE in (2, 3)");
+    rc = store->execute("update DEPENDENCIES set DEP_TYPE = 0 where DEP_TYPE <> 0");
   }
+  if (rc == 0) rc = store->execute("update TASK_ASSIGNMENTS set RESOURCE_TYPE = '0'");
   // The notification of a run goes to this workflow cycle.
   if (rc == 0) {
     rc = store->execute(
@@ -120,11 +127,15 @@ int generate(int argc, char** argv) {
     return 1;
   }
   std::printf("tasks %lld containers %lld projects %lld resources %lld allocations %lld "
-              "dependencies %lld holidays %lld asof %s\n",
+              "dependencies %lld (%lld inherited from a container) holidays %lld "
+              "priorities_raised %lld asof %s\n",
               static_cast<long long>(counts.tasks), static_cast<long long>(counts.containers),
               static_cast<long long>(counts.projects), static_cast<long long>(counts.resources),
               static_cast<long long>(counts.allocations),
-              static_cast<long long>(counts.dependencies), static_cast<long long>(counts.holidays),
+              static_cast<long long>(counts.dependencies),
+              static_cast<long long>(counts.inheritedLinksDropped),
+              static_cast<long long>(counts.holidays),
+              static_cast<long long>(counts.prioritiesRaised),
               d.asOf.c_str());
   return 0;
 }
@@ -169,10 +180,10 @@ int check(int argc, char** argv) {
     return 1;
   }
   std::printf("projects %zu items %d unscheduled %d finish %s makespan_days %d resource_days %lld "
-              "over_days %d worst_excess_min %lld links %d broken %d %s\n",
+              "over_days %d worst_excess_min %lld slot_over_days %d links %d broken %d %s\n",
               projects.size(), c.items, c.unscheduled, c.latestFinish.c_str(), c.makespanDays,
               static_cast<long long>(c.resourceDays), c.overloadedDays,
-              static_cast<long long>(c.worstExcessMinutes), c.dependencies,
+              static_cast<long long>(c.worstExcessMinutes), c.slotOverloadedDays, c.dependencies,
               c.precedenceViolations, c.feasible() ? "feasible" : "VIOLATED");
   for (const std::string& p : c.problems) std::printf("  %s\n", p.c_str());
   return c.feasible() ? 0 : 1;

@@ -24,7 +24,7 @@ struct Item {
   int64_t schedDuration = 0;
   std::vector<size_t> children;
   std::vector<std::pair<std::string, int64_t>> allocations;  // resource, work minutes
-  std::vector<std::string> depends;                          // tj3 clauses
+  std::vector<std::pair<std::string, std::string>> depends;  // predecessor path, tj3 clause
   std::string path;
 };
 
@@ -205,6 +205,7 @@ int exportTjp(db::Store& store, const ExportOptions& options, std::ostream& out,
   counts.resources = static_cast<int64_t>(resources.size());
 
   // Dependencies.
+  std::vector<std::pair<size_t, size_t>> startLinks;  // on the predecessor's start
   {
     db::Cursor cur(store);
     int32_t rc = cur.open(
@@ -237,10 +238,46 @@ int exportTjp(db::Store& store, const ExportOptions& options, std::ostream& out,
       if (lag > 0) attrs += (attrs.empty() ? "" : " ") + std::string("gaplength ") +
                             std::to_string(lag) + "min";
       if (!attrs.empty()) clause += " { " + attrs + " }";
-      items[s->second].depends.push_back(clause);
+      items[s->second].depends.emplace_back(items[p->second].path, clause);
+      if (kind == 1 || kind == 3) startLinks.emplace_back(p->second, s->second);
       ++counts.dependencies;
     }
     if (rc != 100) return failed(rc, "reading the dependencies");
+  }
+
+  // tj3 places a task before the lower-priority tasks it waits for and then
+  // cannot hold a link on such a predecessor's start ("must start after
+  // start ... could not be met"); so every task of a start link's
+  // predecessor is raised to the highest priority of the successor's tasks,
+  // until no link has a lower-priority predecessor.
+  if (!startLinks.empty()) {
+    std::vector<size_t> pos(items.size(), 0), size(items.size(), 1);
+    for (size_t k = 0; k < order.size(); ++k) pos[order[k]] = k;
+    for (size_t k = order.size(); k-- > 0;) {
+      const Item& it = items[order[k]];
+      for (size_t c : it.children) size[order[k]] += size[c];
+    }
+    std::vector<int> subMax(items.size(), 0);
+    bool changed = true;
+    for (int round = 0; changed && round < 1000; ++round) {
+      changed = false;
+      for (size_t k = order.size(); k-- > 0;) {
+        const size_t i = order[k];
+        subMax[i] = items[i].children.empty() ? items[i].priority : 0;
+        for (size_t c : items[i].children) subMax[i] = std::max(subMax[i], subMax[c]);
+      }
+      for (const auto& [p, s] : startLinks) {
+        const int target = subMax[s];
+        for (size_t k = pos[p]; k < pos[p] + size[p]; ++k) {
+          Item& it = items[order[k]];
+          if (it.children.empty() && it.priority < target) {
+            it.priority = target;
+            ++counts.prioritiesRaised;
+            changed = true;
+          }
+        }
+      }
+    }
   }
 
   // The calendar of the first root project.
@@ -315,15 +352,28 @@ int exportTjp(db::Store& store, const ExportOptions& options, std::ostream& out,
   }
   out << "\n";
   // Tasks, depth first with explicit closing.
+  // tj3 hands a container's dependencies down to its children and refuses
+  // a child that names the same predecessor again: such a child link is
+  // left out (the container's holds for the child too).
   struct Frame {
     size_t item;
     size_t next;
+    std::set<std::string> inherited;  // predecessors of the item and its ancestors
   };
   std::vector<Frame> frames;
+  // A project's start as a milestone the project depends on: a `start`
+  // on the project task would be handed down to every task in it as a
+  // fixed start, which tj3 then keeps against their start-to-start links.
+  for (size_t i : order) {
+    const Item& item = items[i];
+    if (!isProjectType(item.type) || item.start.empty()) continue;
+    out << "task start_" << item.id << " " << quoted("Start of " + item.id) << " {\n  start "
+        << item.start << "\n  milestone\n}\n";
+  }
   for (const std::string& r : roots) {
     const auto it = byId.find(r);
     if (it == byId.end()) continue;
-    frames.push_back({it->second, 0});
+    frames.push_back({it->second, 0, {}});
     while (!frames.empty()) {
       Frame& f = frames.back();
       const Item& item = items[f.item];
@@ -331,7 +381,7 @@ int exportTjp(db::Store& store, const ExportOptions& options, std::ostream& out,
       if (f.next == 0) {
         out << indent << "task " << item.id << " " << quoted(item.id) << " {\n";
         if (isProjectType(item.type) && !item.start.empty()) {
-          out << indent << "  start " << item.start << " 00:00\n";
+          out << indent << "  depends start_" << item.id << "\n";
         }
         out << indent << "  priority " << item.priority << "\n";
         if (item.children.empty() && !isProjectType(item.type)) {
@@ -349,11 +399,20 @@ int exportTjp(db::Store& store, const ExportOptions& options, std::ostream& out,
             out << indent << "  milestone\n";
           }
         }
-        for (const std::string& d : item.depends) out << indent << "  depends " << d << "\n";
+        std::set<std::string> own;
+        for (const auto& [pred, clause] : item.depends) {
+          if (f.inherited.count(pred) || !own.insert(pred).second) {
+            ++counts.inheritedLinksDropped;
+            continue;
+          }
+          out << indent << "  depends " << clause << "\n";
+        }
+        f.inherited.insert(own.begin(), own.end());
       }
       if (f.next < item.children.size()) {
         const size_t child = item.children[f.next++];
-        frames.push_back({child, 0});
+        std::set<std::string> inherited = f.inherited;
+        frames.push_back({child, 0, std::move(inherited)});
         continue;
       }
       out << indent << "}\n";
