@@ -3,16 +3,16 @@
 #
 #   bench/side_by_side.sh [BUILD_DIR] [WORK_DIR]
 #
-# For N = 1000, 5000 and 10000 tasks (SIZES), generates a portfolio into a
-# SQLite database and the same plan as a .tjp (portfolio_export generate),
-# then times, with the peak memory that /usr/bin/time -v reports:
+# For N = 1000, 5000 and 10000 tasks (SIZES; when set, even empty, it
+# replaces the list), generates a portfolio into a SQLite database and the
+# same plan as a .tjp (portfolio_export generate), then times, with the peak memory that /usr/bin/time -v reports:
 #   - `leveler level DB PF_RUN` (or, while the leveler program has no
 #     `level` command, `portfolio_export level DB PF_RUN`, the same entry
 #     point call), and checks its schedule (portfolio_export check: days
 #     over capacity, broken links, makespan);
 #   - `tj3` on the .tjp, and checks its schedule from its CSV reports
 #     (portfolio_export tjcheck: resource days above 8 hours, latest end).
-# For N = 100000 (ALONE) the leveller alone. tj3 runs are cut after
+# For N = 100000 (ALONE, likewise) the leveller alone. tj3 runs are cut after
 # TJ_TIMEOUT seconds (default 3600). Needs a release build with
 # -DLEVELER_BENCH=ON (targets leveler and portfolio_export) and tj3 (Debian
 # package tj3). Prints one table; the files stay in WORK_DIR.
@@ -20,8 +20,8 @@ set -u
 
 BUILD=${1:-build-rel}
 WORK=${2:-${TMPDIR:-/tmp}/side_by_side}
-SIZES=${SIZES:-"1000 5000 10000"}
-ALONE=${ALONE:-"100000"}
+SIZES=${SIZES-"1000 5000 10000"}
+ALONE=${ALONE-"100000"}
 TJ_TIMEOUT=${TJ_TIMEOUT:-3600}
 LEVELER=$BUILD/leveler
 EXPORT=$BUILD/portfolio_export
