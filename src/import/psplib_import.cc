@@ -20,7 +20,13 @@ namespace {
 constexpr int kMinutesPerDay = 480;
 constexpr int kMaxJobs = 9999;
 constexpr int kMaxResources = 99;
+// Bounds that keep every derived number (units, minutes, days) within 32
+// bits and the calendar within some 28,000 rows.
 constexpr long kMaxNumber = 1000000;
+constexpr long kMaxDuration = 1000;
+constexpr long kMaxRequest = 1000;
+constexpr long kMaxCapacity = 100000;
+constexpr long kMaxTotalDuration = 20000;
 constexpr int kCalendarDaysBefore = 130;
 constexpr int kCalendarDaysAfter = 400;
 constexpr size_t kProjectIdBase = 16;
@@ -99,12 +105,15 @@ class Parser {
     }
     return fail(lastLine(), std::string("missing '") + text + "'");
   }
-  bool number(const std::string& token, int line, const char* what, int* value) {
+  bool number(const std::string& token, int line, const char* what, int* value,
+              long max = kMaxNumber) {
     bool digits = !token.empty() && token.size() <= 7;
     for (char c : token) digits = digits && std::isdigit(static_cast<unsigned char>(c));
     const long v = digits ? std::stol(token) : -1;
-    if (!digits || v > kMaxNumber) {
-      return fail(line, std::string("bad number '") + token + "' for " + what);
+    if (!digits) return fail(line, std::string("bad number '") + token + "' for " + what);
+    if (v > max) {
+      return fail(line, std::string(what) + " " + token + " above the limit " +
+                            std::to_string(max));
     }
     *value = static_cast<int>(v);
     return true;
@@ -232,14 +241,23 @@ int Parser::run(PsplibInstance& out, std::string& error) {
     }
     int mode = 0;
     if (!number(row[1], line, "the mode", &mode) ||
-        !number(row[2], line, "the duration", &job.duration)) {
+        !number(row[2], line, "the duration", &job.duration, kMaxDuration)) {
       return done(false);
     }
     for (int r = 0; r < resources; ++r) {
       int q = 0;
-      if (!number(row[static_cast<size_t>(3 + r)], line, "a request", &q)) return done(false);
+      if (!number(row[static_cast<size_t>(3 + r)], line, "a request", &q, kMaxRequest)) {
+        return done(false);
+      }
       job.requests.push_back(q);
     }
+  }
+
+  long total = 0;
+  for (const PsplibJob& job : out.jobs) total += job.duration;
+  if (total > kMaxTotalDuration) {
+    return done(fail(line, "the durations add up to " + std::to_string(total) +
+                               ", above the limit " + std::to_string(kMaxTotalDuration)));
   }
 
   if (!find("RESOURCEAVAILABILITIES:", &line)) return done(false);
@@ -253,7 +271,7 @@ int Parser::run(PsplibInstance& out, std::string& error) {
   }
   for (const std::string& t : row) {
     int c = 0;
-    if (!number(t, line, "a capacity", &c)) return done(false);
+    if (!number(t, line, "a capacity", &c, kMaxCapacity)) return done(false);
     out.capacities.push_back(c);
   }
   for (int j = 0; j < jobs; ++j) {

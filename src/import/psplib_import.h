@@ -37,8 +37,10 @@
 // negative, requests not above their capacity, and no cycle. A malformed
 // file writes nothing and gives one line "FILE:LINE: what is wrong" (LINE
 // counted from 1; for a cycle the precedence line of a job on it, for a
-// missing section or a file cut short the last line). Limits: at most 9,999 jobs and
-// 99 resources, durations, requests and capacities up to 1,000,000.
+// missing section or a file cut short the last line). Limits, so that every
+// derived number fits 32 bits and the calendar some 28,000 rows: at most
+// 9,999 jobs and 99 resources, durations up to 1,000 and 20,000 in all,
+// requests up to 1,000, capacities up to 100,000.
 //
 // Results: 0; 1 for a file that cannot be read or is malformed; a negative
 // SQL status when a statement of the store fails (what was written before

@@ -199,6 +199,11 @@ const Malformed kMalformed[] = {
     {"request above capacity",
      [](std::string s) { return replaceOnce(s, "   24   23   25   33", "   24   23   25    9"); },
      57, "job 3 requests 10 of resource 4, above its capacity 9"},
+    {"duration above the limit",
+     [](std::string s) {
+       return replaceOnce(s, "  7      1     9       5", "  7      1  1009       5");
+     },
+     61, "the duration 1009 above the limit 1000"},
     {"capacities missing",
      [](std::string s) { return replaceOnce(s, "   24   23   25   33", "   24   23   25"); },
      90, "4 capacities expected, found 3"},
