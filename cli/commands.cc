@@ -167,7 +167,7 @@ const std::vector<Command>& commands() {
       {"report", "DB ELEMENT -o FILE.html [--collapse-depth N]", "write an HTML report of a run's results",
        reportCommand},
       {"import-psplib", "FILE.sm DB [--start YYYY-MM-DD]", "import a PSPLIB project into a database",
-       nullptr},
+       importPsplibCommand},
   };
   return table;
 }

@@ -361,3 +361,28 @@ TEST_F(LevelerProgram, UnknownElementsAndMalformedValuesStopBeforeAnyRun) {
 }
 
 }  // namespace
+
+TEST_F(LevelerProgram, PsplibInstancesAreImportedAndLevelledOrRefusedWithTheirLine) {
+  const std::string db = dir_ + "/psplib.db";
+  const std::string instance = std::string(LEVELER_SOURCE_DIR) + "/tests/data/psplib/j3010_1.sm";
+  const Outcome imported = run({"import-psplib", instance, db, "--start", "2030-01-07"});
+  ASSERT_EQ(0, imported.exit) << imported.err;
+  // The project's identifier is the last line: a script levels it next.
+  std::string last = imported.out.substr(0, imported.out.size() - 1);
+  last = last.substr(last.rfind('\n') + 1);
+  EXPECT_EQ("J3010_1", last);
+  const Outcome levelled = run({"level", db, last, "--as-of", "2030-01-07"});
+  EXPECT_EQ(0, levelled.exit) << levelled.err;
+
+  // A file cut short after its precedence section: one line naming where.
+  std::ifstream in(instance);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string broken = dir_ + "/broken.sm";
+  std::ofstream(broken) << text.substr(0, text.find("REQUESTS/DURATIONS"));
+  const Outcome refused = run({"import-psplib", broken, db});
+  EXPECT_EQ(1, refused.exit);
+  EXPECT_EQ(1, lineCount(refused.err));
+  EXPECT_EQ("leveler import-psplib: broken.sm:51: missing 'REQUESTS/DURATIONS:'\n", refused.err);
+  EXPECT_EQ(2, run({"import-psplib", instance, db, "--start", "next monday"}).exit);
+  EXPECT_EQ(1, run({"import-psplib", dir_ + "/nothing.sm", db}).exit);
+}
