@@ -18,10 +18,10 @@
 //       links on generated portfolios (it places a successor at its
 //       predecessor's start despite a day's lag and then stops with "This
 //       condition could not be met"). --all-kinds keeps the stored kinds
-//       (the .tjp then gets them as tjp_export.h says). The assignments are marked as being on
-//       plain resources (RESOURCE_TYPE '0', which the generator leaves as
-//       'R'): only those wait for free capacity in a levelling run, as every
-//       allocation does in tj3.
+//       (the .tjp then gets them as tjp_export.h says). The generator's
+//       assignments are on plain resources (RESOURCE_TYPE '0'): they wait
+//       for free capacity in a levelling run, as every allocation does in
+//       tj3.
 //   portfolio_export level DB [ELEMENT]
 //       One levelling run (kind 0) of ELEMENT (default PF_RUN) through the
 //       entry point, as `leveler level` does; prints the result.
@@ -107,7 +107,6 @@ int generate(int argc, char** argv) {
   if (rc == 0 && !allKinds) {
     rc = store->execute("update DEPENDENCIES set DEP_TYPE = 0 where DEP_TYPE <> 0");
   }
-  if (rc == 0) rc = store->execute("update TASK_ASSIGNMENTS set RESOURCE_TYPE = '0'");
   // The notification of a run goes to this workflow cycle.
   if (rc == 0) {
     rc = store->execute(

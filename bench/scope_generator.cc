@@ -59,7 +59,7 @@ constexpr const char* kInsertAssignment =
     "BIT_FLAG,PROPOSED_WORK,PLANNED_WORK,SCHED_WORK,ETC,WORK_TODATE,ACTUAL_START,ACTUAL_FINISH,"
     "LAST_SUBMITTED,C_CONTOUR,CONTOUR_TYPE,C_EFFORT,UNITS_MSP,UNRESOLVED_START,UNRESOLVED_FINISH,"
     "UNRESOLVED_DURATION,ASSIGNMENT_DELAY,CONSIDER) "
-    "values (?,?,?,?,'R',0,?,0,?,?,?,?,?,?,0,0,0,10000,?,?,?,0,1)";
+    "values (?,?,?,?,'0',0,?,0,?,?,?,?,?,?,0,0,0,10000,?,?,?,0,1)";
 constexpr const char* kInsertDayWork =
     "insert into TASK_DAY_OF_YEAR (PROJECT_ID,TASK_ID,TSK_ASSIGNMENT_ID,RESOURCE_ID,PARENT_ID,"
     "DAY_YEAR,SCHED_MIN,ACTUAL_MIN,ACTUAL_FLAG,BIT_SCHED,BIT_FLAG) values (?,?,?,?,?,?,?,?,?,?,0)";

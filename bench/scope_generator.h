@@ -26,7 +26,9 @@
 // - With `assignments`, one or two assignments per task (A0000001, ...) on
 //   a pool of `resources` resources (RES00001, ...) shared by all projects,
 //   each working full days (480 minutes a day) over the task's days, with
-//   one TASK_DAY_OF_YEAR row per assignment and working day.
+//   one TASK_DAY_OF_YEAR row per assignment and working day. The resources
+//   are plain ones (RESOURCE_TYPE '0'): a levelling run makes their
+//   assignments wait for free capacity.
 // - With `actuals`, the tasks that the estimate below places entirely
 //   before the "calculate as of" day are finished and those that straddle
 //   it are in progress (ACTUAL_START, work to date, day rows with

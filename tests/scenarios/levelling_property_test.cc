@@ -31,8 +31,8 @@
 // Test data choices, made after generation:
 // - MAX_UNITS of 10000, 20000 or 30000 by resource number, and a pool of a
 //   few dozen resources, so that tasks really compete.
-// - Assignments get RESOURCE_TYPE '0' (they wait for free capacity); in the
-//   mixed portfolio every tenth assignment keeps the generator's 'R' (laid
+// - Assignments keep the generator's RESOURCE_TYPE '0' (they wait for free
+//   capacity); in the mixed portfolio every tenth assignment gets 'R' (laid
 //   without waiting, its overloads recorded), so that the over-allocation
 //   record is exercised too.
 // - The first eight resources carry work of the outside project on the
@@ -109,9 +109,9 @@ class LevellingProperties : public Scenario, public ::testing::WithParamInterfac
     inRun_ += ")";
 
     exec("UPDATE RESOURCES SET MAX_UNITS = 10000 * (1 + CAST(substr(RESOURCE_ID, 4) AS INTEGER) % 3)");
-    exec(std::string("UPDATE TASK_ASSIGNMENTS SET RESOURCE_TYPE = '0'") +
-         (p.mixed ? " WHERE CAST(substr(TSK_ASSIGNMENT_ID, 2) AS INTEGER) % 10 <> 0" : ""));
     if (p.mixed) {
+      exec("UPDATE TASK_ASSIGNMENTS SET RESOURCE_TYPE = 'R' "
+           "WHERE CAST(substr(TSK_ASSIGNMENT_ID, 2) AS INTEGER) % 10 = 0");
       const std::string morning = testing::dayBitsHex(testing::dayBits({{480, 720}}));
       const std::string none = testing::dayBitsHex(testing::dayBits({}));
       exec("CREATE TEMP TABLE PROP_CAL AS SELECT * FROM KOR_CALENDARS WHERE ELEMENT_ID='R01'");
