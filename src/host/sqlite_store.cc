@@ -9,6 +9,7 @@
 #include <chrono>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include "host/procedures.h"
@@ -108,6 +109,21 @@ std::unique_ptr<SqliteStore> SqliteStore::open(const std::string& path,
     return nullptr;
   }
   sqlite3_extended_result_codes(connection, 1);
+  if (const char* env = std::getenv("LEVELER_SQL_PROFILE_MS")) {
+    static long thresholdNs = 0;
+    thresholdNs = std::atol(env) * 1000000L;
+    sqlite3_trace_v2(
+        connection, SQLITE_TRACE_PROFILE,
+        [](unsigned, void*, void* stmt, void* ns) -> int {
+          const long long t = *static_cast<sqlite3_int64*>(ns);
+          if (t >= thresholdNs) {
+            std::fprintf(stderr, "sql %.3f ms: %s\n", t / 1e6,
+                         sqlite3_sql(static_cast<sqlite3_stmt*>(stmt)));
+          }
+          return 0;
+        },
+        nullptr);
+  }
   sqlite3_busy_timeout(connection, options.busyTimeoutMs);
 
   const ProcedureRegistry* procedures =

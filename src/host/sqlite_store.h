@@ -80,6 +80,10 @@
 // procedures' state lives in this store's ProcedureState, from open to
 // close.
 //
+// Diagnostics: with the environment variable LEVELER_SQL_PROFILE_MS=n set
+// when a store is opened, every statement that takes n milliseconds or more
+// is written to standard error with its time (SQLite's profile callback).
+//
 // Status codes of failures reported by SQLite are minus the extended result
 // code; the message is SQLite's, cut to 70 characters.
 #ifndef LEVELER_HOST_SQLITE_STORE_H
