@@ -89,6 +89,11 @@ TEST(LevellingOnPostgres, SameResultsAsSqliteRowByRow) {
     ASSERT_EQ(0, scopegen::generateScope(*store, smallPortfolio(7), &scope))
         << store->status().message;
     ASSERT_GT(scope.assignments, 0);
+    // Every tenth assignment is laid without waiting for capacity, so that
+    // over-allocations are recorded and compared too.
+    ASSERT_EQ(0, store->execute("UPDATE TASK_ASSIGNMENTS SET RESOURCE_TYPE = 'R' WHERE "
+                                "CAST(substr(TSK_ASSIGNMENT_ID, 2) AS INTEGER) % 10 = 0"))
+        << store->status().message;
     EXPECT_EQ(0, levelElement(*store, scope.portfolio, scope.asOf, logPath));
   }
   std::remove(logPath.c_str());
