@@ -6,10 +6,9 @@
 # For N = 1000, 5000 and 10000 tasks (SIZES; when set, even empty, it
 # replaces the list), generates a portfolio into a SQLite database and the
 # same plan as a .tjp (portfolio_export generate), then times, with the peak memory that /usr/bin/time -v reports:
-#   - `leveler level DB PF_RUN` (or, while the leveler program has no
-#     `level` command, `portfolio_export level DB PF_RUN`, the same entry
-#     point call), and checks its schedule (portfolio_export check: days
-#     over capacity, broken links, makespan);
+#   - `leveler level DB PF_RUN --as-of 2025-01-06` (the generated
+#     portfolio's start), and checks its schedule (portfolio_export
+#     check: days over capacity, broken links, makespan);
 #   - `tj3` on the .tjp, and checks its schedule from its CSV reports
 #     (portfolio_export tjcheck: resource days above 8 hours, latest end).
 # For N = 100000 (ALONE, likewise) the leveller alone. tj3 runs are cut after
@@ -26,17 +25,12 @@ TJ_TIMEOUT=${TJ_TIMEOUT:-3600}
 LEVELER=$BUILD/leveler
 EXPORT=$BUILD/portfolio_export
 
-for tool in "$EXPORT" /usr/bin/time; do
+for tool in "$LEVELER" "$EXPORT" /usr/bin/time; do
   [ -x "$tool" ] || { echo "missing $tool" >&2; exit 2; }
 done
 have_tj3=1
 command -v tj3 >/dev/null 2>&1 || { echo "tj3 not installed: leveller only" >&2; have_tj3=0; }
-if [ -x "$LEVELER" ] && "$LEVELER" --help 2>&1 | grep -qE '^ +level( |$)'; then
-  LEVEL=("$LEVELER" level)
-else
-  echo "the leveler program has no 'level' command: using portfolio_export level" >&2
-  LEVEL=("$EXPORT" level)
-fi
+LEVEL=("$LEVELER" level)
 mkdir -p "$WORK"
 
 # Wall-clock seconds and peak memory (MB) from a /usr/bin/time -v file.
@@ -50,7 +44,7 @@ verdict() { grep -oE '(feasible|VIOLATED)' "$1" | head -1; }
 
 run_leveller() {
   local n=$1 db=$WORK/pf_$1.db
-  /usr/bin/time -v -o "$WORK/lev_$n.time" "${LEVEL[@]}" "$db" PF_RUN >"$WORK/lev_$n.out" 2>&1
+  /usr/bin/time -v -o "$WORK/lev_$n.time" "${LEVEL[@]}" "$db" PF_RUN --as-of 2025-01-06 >"$WORK/lev_$n.out" 2>&1
   echo $? >"$WORK/lev_$n.rc"
   "$EXPORT" check "$db" >"$WORK/lev_$n.check" 2>&1
 }
