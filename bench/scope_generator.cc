@@ -127,27 +127,6 @@ std::string dayText(int32_t julian) {
   return buf;
 }
 
-std::string hexOf(const unsigned char* bits) {
-  char buf[DAY_BITS_HEX_DIGITS + 1];
-  Lev_splitSchedBitsInTwo(bits, buf);
-  return buf;
-}
-
-// 08:00-12:00 and 13:00-17:00 as day bits.
-std::string standardDayHex() {
-  unsigned char d[36] = {};
-  for (int m = 480; m < 1020; m += 5) {
-    if (m >= 720 && m < 780) continue;
-    d[m / 40] |= static_cast<unsigned char>(0x80 >> ((m / 5) % 8));
-  }
-  return hexOf(d);
-}
-
-std::string emptyDayHex() {
-  unsigned char d[36] = {};
-  return hexOf(d);
-}
-
 std::string numbered(const char* prefix, int width, int64_t n) {
   char buf[40];
   std::snprintf(buf, sizeof buf, "%s%0*lld", prefix, width, static_cast<long long>(n));
@@ -661,8 +640,8 @@ int32_t generateScope(db::Store& store, const Shape& shape, Description* out) {
   b.build();
   Description d;
   Writer w(store);
-  const std::string workHex = standardDayHex();
-  const std::string freeHex = emptyDayHex();
+  const std::string workHex = dayBitsHexOfRanges({{480, 720}, {780, 1020}});
+  const std::string freeHex = dayBitsHexOfRanges({});
 
   // Items.
   std::vector<int64_t> projectEffort(b.projects.size(), 0);

@@ -241,27 +241,6 @@ std::string dayText(int julian) {
   return buf;
 }
 
-std::string hexOf(const unsigned char* bits) {
-  char buf[DAY_BITS_HEX_DIGITS + 1];
-  Lev_splitSchedBitsInTwo(bits, buf);
-  return buf;
-}
-
-// 08:00-12:00 and 13:00-17:00.
-std::string workDayHex() {
-  unsigned char d[36] = {};
-  for (int m = 480; m < 1020; m += 5) {
-    if (m >= 720 && m < 780) continue;
-    d[m / 40] |= static_cast<unsigned char>(0x80 >> ((m / 5) % 8));
-  }
-  return hexOf(d);
-}
-
-std::string freeDayHex() {
-  unsigned char d[36] = {};
-  return hexOf(d);
-}
-
 std::string todayText() {
   const std::time_t t = std::time(nullptr);
   std::tm local {};
@@ -433,8 +412,8 @@ int32_t writeDemoPortfolio(db::Store& store, const DemoOptions& options, DemoSum
 
   Writer w(store);
   const db::In null = db::In::null();
-  const std::string workHex = workDayHex();
-  const std::string freeHex = freeDayHex();
+  const std::string workHex = dayBitsHexOfRanges({{480, 720}, {780, 1020}});
+  const std::string freeHex = dayBitsHexOfRanges({});
   auto stamp = [&](int workday, const char* clock) {
     return dayText(wd.day(workday)) + " " + clock;
   };

@@ -343,3 +343,15 @@ int decodeDayBitsHex(const char* text, unsigned char* day) {
   }
   return 1;
 }
+
+std::string dayBitsHexOfRanges(std::initializer_list<std::pair<int, int>> ranges) {
+  unsigned char day[36] = {};
+  for (const auto& [from, to] : ranges) {
+    for (int m = from < 0 ? 0 : from; m < to && m < 1440; m += 5) {
+      day[m / 40] |= static_cast<unsigned char>(0x80 >> ((m / 5) % 8));
+    }
+  }
+  char text[73];
+  Lev_splitSchedBitsInTwo(day, text);
+  return text;
+}

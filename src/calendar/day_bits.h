@@ -28,6 +28,10 @@
 #ifndef LEVELER_CALENDAR_DAY_BITS_H
 #define LEVELER_CALENDAR_DAY_BITS_H
 
+#include <initializer_list>
+#include <string>
+#include <utility>
+
 constexpr int DAY_BITS_BYTES = 36;       // bytes of one day
 constexpr int DAY_SLOTS = 288;           // five-minute slots of one day
 constexpr int DAY_MINUTES = 1440;        // minutes of one day
@@ -124,5 +128,10 @@ int Binary(char c);
 // first 72 is refused: the function returns 0 and leaves day untouched.
 // Characters after the 72nd are ignored. Never writes past day[35].
 int decodeDayBitsHex(const char* text, unsigned char* day);
+
+// The 72-digit text of a day that works the minutes [from, to) of each
+// range (minutes after midnight, multiples of 5, at most 1440): what the
+// writers of calendars and day rows store. No range: a day without work.
+std::string dayBitsHexOfRanges(std::initializer_list<std::pair<int, int>> ranges);
 
 #endif

@@ -172,43 +172,6 @@ bool integralText(const char* text, int64_t& value) {
   return errno == 0;
 }
 
-bool isNameChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '$' || c == '#';
-}
-
-std::string_view trimLeft(std::string_view s) {
-  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front()))) s.remove_prefix(1);
-  return s;
-}
-
-// A call text: "NAME", or "call NAME(?, ...) [into ?]" (":bN" placeholders
-// are accepted too), read as the SQLite backend reads it.
-struct CallText {
-  std::string_view name;
-  bool hasList = false;
-  std::size_t placeholders = 0;
-};
-
-CallText parseCallText(std::string_view text) {
-  CallText out;
-  std::string_view s = trimLeft(text);
-  if (s.size() > 4 && startsWithWord(s, 0, "CALL")) s = trimLeft(s.substr(4));
-  std::size_t n = 0;
-  while (n < s.size() && isNameChar(s[n])) ++n;
-  out.name = s.substr(0, n);
-  std::string_view rest = s.substr(n);
-  out.hasList = rest.find('(') != std::string_view::npos;
-  for (std::size_t i = 0; i < rest.size(); ++i) {
-    if (rest[i] == '?') {
-      ++out.placeholders;
-    } else if (rest[i] == ':' && i + 1 < rest.size() && isNameChar(rest[i + 1]) &&
-               (i == 0 || !isNameChar(rest[i - 1]))) {
-      ++out.placeholders;
-    }
-  }
-  return out;
-}
-
 // Owns a PGresult for the length of a scope.
 class ResultGuard {
  public:
@@ -591,32 +554,9 @@ void PostgresStore::closeCursor(CursorState& state) {
 }
 
 int32_t PostgresStore::call(std::string_view procedure, db::Vars args,
-                            const db::HostVar* result) {
+                          const db::HostVar* result) {
   if (const int32_t injected = injectedFailureFor(procedure); injected != 0) return injected;
-  const CallText text = parseCallText(procedure);
-  const std::string name(text.name);
-  const ProcedureEntry* entry = procedures_->find(name);
-  if (entry == nullptr) {
-    status_.setf(db::kSqlUnknownProcedure, "unknown procedure '%.40s'", name.c_str());
-    status_.rows = 0;
-    return db::kSqlUnknownProcedure;
-  }
-  const std::size_t bound = args.size() + (result != nullptr ? 1 : 0);
-  if ((entry->arity >= 0 && static_cast<std::size_t>(entry->arity) != args.size()) ||
-      (text.hasList && text.placeholders != bound)) {
-    status_.setf(db::kSqlUnknownProcedure, "%.40s: wrong number of arguments (%zu)",
-                 name.c_str(), args.size());
-    status_.rows = 0;
-    return db::kSqlUnknownProcedure;
-  }
-  succeed(db::kSqlOk, 0);
-  const int32_t rc = entry->run(*this, *this, args, result);
-  if (rc == db::kSqlOk) return succeed(db::kSqlOk, 0);
-  if (status_.code != rc) {
-    status_.setf(rc, "procedure %.40s failed", name.c_str());
-    status_.rows = 0;
-  }
-  return rc;
+  return callProcedure(*procedures_, procedure, *this, *this, args, result, status_);
 }
 
 int32_t PostgresStore::commitAndBegin() {

@@ -63,6 +63,18 @@ class ProcedureRegistry {
   std::map<std::string, ProcedureEntry, std::less<>> entries_;  // upper case
 };
 
+// One call of a store's call operation, shared by the backends. The call
+// text is "NAME" or "call NAME(?, ...) [into ?]" (":bN" placeholders count
+// too); the procedure is looked up in `registry`, its arguments counted
+// against its arity and the placeholders, and it runs with `store` as the
+// store and `backend` as the backend. `status` is the store's own status:
+// db::kSqlUnknownProcedure with a message for an unknown name or a wrong
+// count, 0 after success, and "procedure NAME failed" when a failing
+// procedure left no status of its own.
+int32_t callProcedure(const ProcedureRegistry& registry, std::string_view text,
+                      db::Store& store, Backend& backend, db::Vars args,
+                      const db::HostVar* result, db::SqlStatus& status);
+
 // The process-wide registry, with the built-ins in place.
 ProcedureRegistry& hostProcedures();
 

@@ -42,47 +42,6 @@ bool isBlankTail(const char* tail, const char* end) {
   return true;
 }
 
-bool isNameChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '$' || c == '#';
-}
-
-std::string_view trimLeft(std::string_view s) {
-  while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front()))) s.remove_prefix(1);
-  return s;
-}
-
-// A call text: "NAME", or "call NAME(?, ...) [into ?]" (":bN" placeholders
-// are accepted too, ":b0:b1" counting once).
-struct CallText {
-  std::string_view name;
-  bool hasList = false;
-  std::size_t placeholders = 0;
-};
-
-CallText parseCallText(std::string_view text) {
-  CallText out;
-  std::string_view s = trimLeft(text);
-  if (s.size() > 4 && (s[0] == 'c' || s[0] == 'C') && (s[1] == 'a' || s[1] == 'A') &&
-      (s[2] == 'l' || s[2] == 'L') && (s[3] == 'l' || s[3] == 'L') &&
-      std::isspace(static_cast<unsigned char>(s[4]))) {
-    s = trimLeft(s.substr(4));
-  }
-  std::size_t n = 0;
-  while (n < s.size() && isNameChar(s[n])) ++n;
-  out.name = s.substr(0, n);
-  std::string_view rest = s.substr(n);
-  out.hasList = rest.find('(') != std::string_view::npos;
-  for (std::size_t i = 0; i < rest.size(); ++i) {
-    if (rest[i] == '?') {
-      ++out.placeholders;
-    } else if (rest[i] == ':' && i + 1 < rest.size() && isNameChar(rest[i + 1]) &&
-               (i == 0 || !isNameChar(rest[i - 1]))) {
-      ++out.placeholders;
-    }
-  }
-  return out;
-}
-
 }  // namespace
 
 SqliteStore::SqliteStore(sqlite3* connection, const ProcedureRegistry* procedures,
@@ -428,30 +387,7 @@ int32_t SqliteStore::call(std::string_view procedure, db::Vars args,
                           const db::HostVar* result) {
   // The procedure's own statements begin a transaction if need be.
   if (const int32_t injected = injectedFailureFor(procedure); injected != 0) return injected;
-  const CallText text = parseCallText(procedure);
-  const std::string name(text.name);
-  const ProcedureEntry* entry = procedures_->find(name);
-  if (entry == nullptr) {
-    status_.setf(db::kSqlUnknownProcedure, "unknown procedure '%.40s'", name.c_str());
-    status_.rows = 0;
-    return db::kSqlUnknownProcedure;
-  }
-  const std::size_t bound = args.size() + (result != nullptr ? 1 : 0);
-  if ((entry->arity >= 0 && static_cast<std::size_t>(entry->arity) != args.size()) ||
-      (text.hasList && text.placeholders != bound)) {
-    status_.setf(db::kSqlUnknownProcedure, "%.40s: wrong number of arguments (%zu)",
-                 name.c_str(), args.size());
-    status_.rows = 0;
-    return db::kSqlUnknownProcedure;
-  }
-  succeed(db::kSqlOk, 0);
-  const int32_t rc = entry->run(*this, *this, args, result);
-  if (rc == db::kSqlOk) return succeed(db::kSqlOk, 0);
-  if (status_.code != rc) {
-    status_.setf(rc, "procedure %.40s failed", name.c_str());
-    status_.rows = 0;
-  }
-  return rc;
+  return callProcedure(*procedures_, procedure, *this, *this, args, result, status_);
 }
 
 int32_t SqliteStore::commitAndBegin() {

@@ -333,26 +333,6 @@ std::string dayText(int julian) {
   return buf;
 }
 
-std::string hexOf(const unsigned char* bits) {
-  char buf[DAY_BITS_HEX_DIGITS + 1];
-  Lev_splitSchedBitsInTwo(bits, buf);
-  return buf;
-}
-
-std::string standardDayHex() {
-  unsigned char d[DAY_BITS_BYTES] = {};
-  for (int m = 480; m < 1020; m += 5) {
-    if (m >= 720 && m < 780) continue;
-    d[m / 40] = static_cast<unsigned char>(d[m / 40] | (0x80 >> ((m / 5) % 8)));
-  }
-  return hexOf(d);
-}
-
-std::string emptyDayHex() {
-  unsigned char d[DAY_BITS_BYTES] = {};
-  return hexOf(d);
-}
-
 std::string projectIdBase(const std::string& path) {
   std::string stem = path.substr(path.find_last_of('/') == std::string::npos
                                      ? 0
@@ -469,8 +449,8 @@ int importPsplib(db::Store& store, const std::string& path, const std::string& s
   // Working day w (from 0) of the five-day week that starts on `start`.
   auto wdDay = [&](int w) { return start + (w / 5) * 7 + w % 5; };
   auto stamp = [](int julian, const char* clock) { return dayText(julian) + " " + clock; };
-  const std::string work = standardDayHex();
-  const std::string free = emptyDayHex();
+  const std::string work = dayBitsHexOfRanges({{480, 720}, {780, 1020}});
+  const std::string free = dayBitsHexOfRanges({});
   const std::string file = path.substr(path.find_last_of('/') == std::string::npos
                                            ? 0
                                            : path.find_last_of('/') + 1);
