@@ -172,11 +172,11 @@ LevelerRun startLeveler(const std::string& target, const std::string& element,
     return run;
   }
   if (pid == 0) {
+    // Standard error too: a failure before the run says why there.
     ::dup2(out[1], STDOUT_FILENO);
+    ::dup2(out[1], STDERR_FILENO);
     ::close(out[0]);
     ::close(out[1]);
-    const int devnull = ::open("/dev/null", O_WRONLY);
-    if (devnull >= 0) ::dup2(devnull, STDERR_FILENO);
     if (start != nullptr) {
       ::close(start[1]);
       char go = 0;
