@@ -68,7 +68,17 @@ int32_t ensureNotificationCycle(db::Store& store) {
   if (rc != 0) return rc < 0 ? rc : -1;
   if (n > 0) return 0;
   rc = store.execute(kInsertNotificationCycle);
-  if (rc != 0) return rc;
+  if (rc != 0) {
+    // Two programs opening a fresh server database at the same moment both
+    // find the row missing and both insert it; the later insert fails on
+    // the key. The row is there then, which is all that is needed.
+    const db::SqlStatus failed = store.status();
+    if (store.selectInto(kCountNotificationCycles, {}, {db::HostVar(n, &ind)}) == 0 && n > 0) {
+      return 0;
+    }
+    store.status() = failed;
+    return rc;
+  }
   return commit(store);
 }
 

@@ -120,6 +120,9 @@ namespace {
 constexpr const char* kSchemaLock = "SELECT pg_advisory_xact_lock(74201)";
 constexpr const char* kSavepoint = "SAVEPOINT lev_stmt";
 constexpr const char* kRelease = "RELEASE SAVEPOINT lev_stmt";
+// Distinct statement texts kept prepared per connection: the engine's texts
+// are fixed, so this bounds only texts built with values inside.
+constexpr std::size_t kMaxPrepared = 4000;
 constexpr const char* kRollbackTo = "ROLLBACK TO SAVEPOINT lev_stmt";
 
 // Type OIDs of the values read (pg_type.dat).
@@ -355,12 +358,32 @@ int32_t PostgresStore::bindInputs(std::string_view sql, db::Binds in, std::strin
 }
 
 int32_t PostgresStore::runPrepared(const std::string& text, const Params& params,
-                                   pg_result*& result) {
+                                   pg_result*& result, bool cache) {
   result = nullptr;
   int32_t rc = command(kSavepoint);
   if (rc != 0) return rc;
-  ResultGuard r(PQexecParams(conn_, text.c_str(), static_cast<int>(params.values.size()),
-                             nullptr, params.values.data(), params.lengths.data(), nullptr, 0));
+  const int n = static_cast<int>(params.values.size());
+  ResultGuard r(nullptr);
+  auto found = cache ? prepared_.find(text) : prepared_.end();
+  if (cache && found == prepared_.end() && prepared_.size() < kMaxPrepared) {
+    // Parsed inside the savepoint: a text the server refuses fails like
+    // the statement itself, and is not remembered.
+    const std::string name = "lev_p" + std::to_string(prepared_.size() + 1);
+    ResultGuard p(PQprepare(conn_, name.c_str(), text.c_str(), n, nullptr));
+    if (p.get() != nullptr && PQresultStatus(p.get()) == PGRES_COMMAND_OK) {
+      found = prepared_.emplace(text, name).first;
+    } else {
+      r.slot() = p.get();
+      p.slot() = nullptr;
+    }
+  }
+  if (r.get() == nullptr) {
+    r.slot() = found != prepared_.end()
+                   ? PQexecPrepared(conn_, found->second.c_str(), n, params.values.data(),
+                                    params.lengths.data(), nullptr, 0)
+                   : PQexecParams(conn_, text.c_str(), n, nullptr, params.values.data(),
+                                  params.lengths.data(), nullptr, 0);
+  }
   const ExecStatusType st = r.get() != nullptr ? PQresultStatus(r.get()) : PGRES_FATAL_ERROR;
   if (st != PGRES_COMMAND_OK && st != PGRES_TUPLES_OK) {
     rc = serverFailure(r.get());
@@ -383,7 +406,7 @@ int32_t PostgresStore::run(std::string_view sql, db::Binds in, pg_result*& resul
   Params params;
   int32_t rc = bindInputs(sql, in, text, params);
   if (rc != 0) return rc;
-  return runPrepared(text, params, result);
+  return runPrepared(text, params, result, /*cache=*/true);
 }
 
 int32_t PostgresStore::fetchRow(pg_result* result, int row, db::Vars into) {

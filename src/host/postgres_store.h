@@ -76,10 +76,11 @@
 // leveler.fixed_time). now() asks the server, so it agrees with the SQL.
 //
 // Cost: every statement is three round trips (savepoint, statement,
-// release) and is parsed by the server each time (no prepared statements
-// are kept); over a Unix socket a levelling run of ~200 tasks takes a few
-// seconds. Keeping prepared statements per text, as the SQLite backend
-// does, is the obvious next step should that matter.
+// release). Statements other than cursors are prepared once per distinct
+// text and connection (PQprepare, named lev_p1, lev_p2, ...; at most
+// kMaxPrepared texts, later ones are sent with their text each time), as
+// the SQLite backend keeps its prepared statements; a cursor's DECLARE is
+// parsed each time.
 //
 // Test switch: the failure injection of db::Store is consulted at the top of
 // selectInto, execute, call and cursor open.
@@ -93,6 +94,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "host/backend.h"
 #include "store/store.h"
@@ -175,7 +177,11 @@ class PostgresStore final : public db::Store, public Backend {
   // Runs `sql` with `in` inside a savepoint; on success `result` holds the
   // server's answer (owned by the caller).
   int32_t run(std::string_view sql, db::Binds in, pg_result*& result);
-  int32_t runPrepared(const std::string& text, const Params& params, pg_result*& result);
+  // `cache`: the text is parsed once per connection (PQprepare under a
+  // name of its own) and executed by name afterwards; cursors' DECLARE and
+  // FETCH are not cached.
+  int32_t runPrepared(const std::string& text, const Params& params, pg_result*& result,
+                      bool cache = false);
   int32_t bindInputs(std::string_view sql, db::Binds in, std::string& text, Params& params);
   int32_t fetchRow(pg_result* result, int row, db::Vars into);
   int32_t serverFailure(pg_result* result);
@@ -184,6 +190,8 @@ class PostgresStore final : public db::Store, public Backend {
   pg_conn* conn_;
   const ProcedureRegistry* procedures_;
   int64_t cursorSerial_ = 0;
+  // Prepared statements of this connection: text -> name (see runPrepared).
+  std::unordered_map<std::string, std::string> prepared_;
   ProcedureState procedureState_;
 };
 

@@ -139,7 +139,10 @@ TEST(LevellingOnPostgres, SameResultsAsSqliteRowByRow) {
         ++shown;
       }
     }
-    // Enough rows for the comparison to mean something.
+    // Enough rows for the comparison to mean something. Over-allocations
+    // may be none: the generated assignments are plain resources, which the
+    // levelling makes wait for free capacity.
+    if (std::string(t.what) == "over-allocations") continue;
     EXPECT_GT(a.size(), std::string(t.what) == "day rows"        ? 100u
                         : std::string(t.what) == "level columns" ? 200u
                                                                  : 0u)

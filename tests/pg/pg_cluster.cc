@@ -118,25 +118,55 @@ void Cluster::stop() {
   g_reason = "the cluster was stopped";
 }
 
-std::string Cluster::createDatabase() {
+namespace {
+
+// The dbname of a connection string made by createDatabase.
+std::string databaseName(const std::string& conninfo) {
+  const std::size_t at = conninfo.find("dbname=");
+  if (at == std::string::npos) return std::string();
+  const std::size_t from = at + 7;
+  return conninfo.substr(from, conninfo.find(' ', from) - from);
+}
+
 #ifdef LEVELER_HAVE_POSTGRES
-  const std::string admin = "host=" + dir_ + " dbname=postgres user=lev";
+bool adminCommand(const std::string& dir, const std::string& sql) {
+  const std::string admin = "host=" + dir + " dbname=postgres user=lev";
   PGconn* conn = PQconnectdb(admin.c_str());
-  std::string name = "lev_" + std::to_string(::getpid()) + "_" + std::to_string(++databases_);
   bool ok = PQstatus(conn) == CONNECTION_OK;
   if (ok) {
-    PGresult* r = PQexec(conn, ("CREATE DATABASE " + name).c_str());
+    PGresult* r = PQexec(conn, sql.c_str());
     ok = PQresultStatus(r) == PGRES_COMMAND_OK;
-    if (!ok) ADD_FAILURE() << PQresultErrorMessage(r);
+    if (!ok) ADD_FAILURE() << sql << ": " << PQresultErrorMessage(r);
     PQclear(r);
   } else {
     ADD_FAILURE() << PQerrorMessage(conn);
   }
   PQfinish(conn);
-  if (!ok) return std::string();
+  return ok;
+}
+#endif
+
+}  // namespace
+
+std::string Cluster::createDatabase(const std::string& from) {
+#ifdef LEVELER_HAVE_POSTGRES
+  const std::string name =
+      "lev_" + std::to_string(::getpid()) + "_" + std::to_string(++databases_);
+  std::string sql = "CREATE DATABASE " + name;
+  if (!from.empty()) sql += " TEMPLATE " + databaseName(from);
+  if (!adminCommand(dir_, sql)) return std::string();
   return "host=" + dir_ + " dbname=" + name + " user=lev";
 #else
+  (void)from;
   return std::string();
+#endif
+}
+
+void Cluster::dropDatabase(const std::string& conninfo) {
+#ifdef LEVELER_HAVE_POSTGRES
+  adminCommand(dir_, "DROP DATABASE IF EXISTS " + databaseName(conninfo));
+#else
+  (void)conninfo;
 #endif
 }
 

@@ -27,8 +27,12 @@ class Cluster {
   static Cluster* get();
   static const std::string& reason();
 
-  // A new empty database; its connection string. Empty on failure.
-  std::string createDatabase();
+  // A new empty database, or with `from` (a connection string of this
+  // cluster, nobody connected to it) a copy of that database; its
+  // connection string. Empty on failure.
+  std::string createDatabase(const std::string& from = std::string());
+  // Drops a database made by createDatabase (nobody connected to it).
+  void dropDatabase(const std::string& conninfo);
 
   // The socket directory and the superuser, for connection strings.
   const std::string& socketDir() const { return dir_; }

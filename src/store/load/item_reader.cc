@@ -80,6 +80,12 @@ std::string endColumnsAfterType(const std::string& x) {
 // project: its sub-projects' own rows). Kind 205: an outside predecessor P
 // of an item S of the project (outside the root or deleted). Kind 206: a
 // successor S, not finished, of an item P of the project, neither deleted.
+// The rows of one item's outside ends tie on RANK, ROW_TYPE and often on
+// WBS_RANK_ORDER (ranks within different parents); the other end's
+// ELEMENT_ID breaks the tie, since the order of these rows decides the
+// order of the dependency lists and so the containers' LEVEL_INDEX, and a
+// database returns tied rows in whatever order its plan gives (SQLite and
+// PostgreSQL differ).
 const std::string& itemQuery() {
   static const std::string q =
       "select 1 AS ROW_TYPE,w.RANK AS RANK,w.WBS_CODE AS WBS_CODE,w.WBS_RANK_ORDER AS "
@@ -103,7 +109,7 @@ const std::string& itemQuery() {
       "join KOR_WBS s on s.ELEMENT_ID=d.SUCC_ID "
       "where p.PROJECT_ID=? and s.ACTUAL_FINISH is null and COALESCE(p.REC_STATUS,'U')<>'D' "
       "and COALESCE(s.REC_STATUS,'U')<>'D' "
-      "order by RANK,ROW_TYPE,WBS_RANK_ORDER";
+      "order by RANK,ROW_TYPE,WBS_RANK_ORDER,ELEMENT_ID";
   return q;
 }
 
